@@ -1,6 +1,8 @@
 #pragma once
 #include "MirelExportMacro.h"
 #include "Vector2.h"
+#include <algorithm>
+#include <cmath>
 #include <iosfwd>
 
 namespace MIREL25D {
@@ -75,7 +77,7 @@ public:
 	Point2 operator+(const Vector2& v) const;
 	Point2 operator-(const Vector2& v) const;
 	Vector2 operator-(const Point2& p) const;
-	double getMaxAbs() const;
+	double getMaxAbs() const { return std::max(std::fabs(coordX), std::fabs(coordY)); }
 	void print() const;
 
 private:
