@@ -7,3 +7,4 @@
 #include "Vector2.h"
 #include "Triangle2.h"
 #include "GeomTest.h"
+#include "Mirel_2D.h"
