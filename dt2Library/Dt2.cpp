@@ -53,7 +53,13 @@ void Dt2::insert(int n, double* coords, Point2** handles)
 	size_t numPoints(static_cast<size_t>(n));
 	progress.start("insert", 1.1 * double(numPoints));
 	growBox([&]() { return bbx.add(numPoints, coords); });
-	insertBatch(numPoints, [coords](size_t i, Point2* pVtx) { pVtx->set(coords[3 * i], coords[3 * i + 1], coords[3 * i + 2], -1); }, handles);
+	insertBatch(
+		numPoints,
+		[coords](size_t i, double& x, double& y) {
+			x = coords[3 * i];
+			y = coords[3 * i + 1];
+		},
+		[coords](size_t i, Point2* pVtx) { pVtx->set(coords[3 * i], coords[3 * i + 1], coords[3 * i + 2], -1); }, handles);
 }
 
 void Dt2::insertVector(const std::vector<Point2>& vPoints, std::vector<Point2*>& vHandles)
@@ -67,7 +73,9 @@ void Dt2::insertVector(const std::vector<Point2>& vPoints, std::vector<Point2*>&
 		for(const Point2& p : vPoints) bChanged = bbx.add(p) || bChanged;
 		return bChanged;
 	});
-	insertBatch(vPoints.size(), [&vPoints](size_t i, Point2* pVtx) { pVtx->set(vPoints[i]); }, &vHandles[0]);
+	insertBatch(
+		vPoints.size(), [&vPoints](size_t i, double& x, double& y) { vPoints[i].xy(x, y); }, [&vPoints](size_t i, Point2* pVtx) { pVtx->set(vPoints[i]); },
+		&vHandles[0]);
 }
 
 void Dt2::insertVector(const std::vector<Point2>& vPoints)
@@ -80,7 +88,9 @@ void Dt2::insertVector(const std::vector<Point2>& vPoints)
 		for(const Point2& p : vPoints) bChanged = bbx.add(p) || bChanged;
 		return bChanged;
 	});
-	insertBatch(vPoints.size(), [&vPoints](size_t i, Point2* pVtx) { pVtx->set(vPoints[i]); }, nullptr);
+	insertBatch(
+		vPoints.size(), [&vPoints](size_t i, double& x, double& y) { vPoints[i].xy(x, y); }, [&vPoints](size_t i, Point2* pVtx) { pVtx->set(vPoints[i]); },
+		nullptr);
 }
 
 double Dt2::measureTriangulationTime(std::vector<Point2>& vPoints)
@@ -163,18 +173,30 @@ void Dt2::growBox(AddFunc addPoints)
 	vertexVault.rekey();
 }
 
-template<class FillFunc>
-void Dt2::insertBatch(size_t n, FillFunc fillVertex, Point2** handles)
+template<class XYFunc, class FillFunc>
+void Dt2::insertBatch(size_t n, XYFunc getXY, FillFunc fillVertex, Point2** handles)
 {
-	vertexVault.reserveBatch(n);
-	for(size_t i = 0; i < n; ++i)
 	{
-		Point2* pVtx(newVertex());
-		fillVertex(i, pVtx);
-		if(handles != nullptr) handles[i] = pVtx;
-		vertexVault.appendUnsorted(pVtx);
+		// The vertices are made in key order: points that are close on the curve
+		// are then close in memory, which keeps the walk and the flips in cache.
+		std::vector<uint64_t> vPairs(2 * n);
+		for(size_t i = 0; i < n; ++i)
+		{
+			double x(0.0), y(0.0);
+			getXY(i, x, y);
+			vPairs[i] = (uint64_t(hilbertGrid.getKey(x, y)) << 32) | uint64_t(i);
+		}
+		VertexVault::sortKeyIndexPairs(&vPairs[0], &vPairs[n], n);
+		vertexVault.reserveBatch(n);
+		for(size_t k = 0; k < n; ++k)
+		{
+			size_t i(vPairs[k] & 0xffffffffu);
+			Point2* pVtx(newVertex());
+			fillVertex(i, pVtx);
+			if(handles != nullptr) handles[i] = pVtx;
+			vertexVault.appendSorted(pVtx, uint32_t(vPairs[k] >> 32));
+		}
 	}
-	vertexVault.sortBatch();
 	progress.advance(0.1 * double(n));
 
 	if(vertexVault.isFullDimensional())

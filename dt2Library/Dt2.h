@@ -85,8 +85,10 @@ private:
 	// raises the predicates' error bound), sets up the Hilbert grid again and re-keys.
 	template<class AddFunc>
 	void growBox(AddFunc addPoints);
-	template<class FillFunc>
-	void insertBatch(size_t n, FillFunc fillVertex, Point2** handles);
+	// Sorts the batch by key, makes its vertices in key order (so that mesh
+	// neighbours are memory neighbours) and inserts them.
+	template<class XYFunc, class FillFunc>
+	void insertBatch(size_t n, XYFunc getXY, FillFunc fillVertex, Point2** handles);
 	void triangulateRec(IdxVtxAct** first, IdxVtxAct** last, Triangle2* pStartT);
 	Triangle2* insertSequentially(IdxVtxAct** first, IdxVtxAct** last, Triangle2* pStartT);
 	// Inserts the record's vertex unless it is inactive or already in the mesh.

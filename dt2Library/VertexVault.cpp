@@ -29,11 +29,6 @@ void VertexVault::reserveBatch(size_t n)
 	vIdxVtxAct.reserve(vIdxVtxAct.size() + n);
 }
 
-void VertexVault::sortBatch()
-{
-	if(numSorted < vIdxVtxAct.size()) sortByKey(&vIdxVtxAct[numSorted], vIdxVtxAct.size() - numSorted);
-}
-
 void VertexVault::mergeBatch()
 {
 	if(numSorted > 0 && numSorted < vIdxVtxAct.size())
@@ -57,41 +52,42 @@ void VertexVault::addOne(Point2* pVtx, uint32_t key)
 
 void VertexVault::rekey()
 {
-	for(IdxVtxAct* pRec : vIdxVtxAct) pRec->key = pGrid->getKey(pRec->pVtx->x(), pRec->pVtx->y());
-	if(!vIdxVtxAct.empty()) sortByKey(&vIdxVtxAct[0], vIdxVtxAct.size());
-	numSorted = vIdxVtxAct.size();
+	size_t n(vIdxVtxAct.size());
+	if(n == 0) return;
+	std::vector<uint64_t> vPairs(2 * n);
+	for(size_t i = 0; i < n; ++i)
+	{
+		IdxVtxAct* pRec(vIdxVtxAct[i]);
+		pRec->key = pGrid->getKey(pRec->pVtx->x(), pRec->pVtx->y());
+		vPairs[i] = (uint64_t(pRec->key) << 32) | uint64_t(i);
+	}
+	sortKeyIndexPairs(&vPairs[0], &vPairs[n], n);
+	std::vector<IdxVtxAct*> vOld(vIdxVtxAct);
+	for(size_t i = 0; i < n; ++i) vIdxVtxAct[i] = vOld[vPairs[i] & 0xffffffffu];
+	numSorted = n;
 }
 
-// Stable LSD radix sort on the 30-bit keys, three passes of 10 bits over
-// (key, position) pairs; equal keys keep their order. Sorting the record
-// pointers directly would read every key through a pointer in each pass.
-void VertexVault::sortByKey(IdxVtxAct** first, size_t n)
+// Stable LSD radix sort on the 30-bit keys in the upper half, three passes of
+// 10 bits, so equal keys keep the order of their positions.
+void VertexVault::sortKeyIndexPairs(uint64_t* aPairs, uint64_t* aBuffer, size_t n)
 {
 	if(n < 2) return;
-	if(n < 256)
-	{
-		std::stable_sort(first, first + n, keyLess);
-		return;
-	}
-	std::vector<uint64_t> vA(n), vB(n);
-	for(size_t i = 0; i < n; ++i) vA[i] = (uint64_t(first[i]->key) << 32) | uint64_t(i);
 	const int numDigitBits(10);
 	const size_t numBuckets(size_t(1) << numDigitBits);
-	std::vector<size_t> vCount(numBuckets + 1);
+	size_t aCount[numBuckets + 1];
+	uint64_t* pSrc(aPairs);
+	uint64_t* pDst(aBuffer);
 	for(int pass = 0; pass < 3; ++pass)
 	{
 		int shift(32 + numDigitBits * pass);
-		std::fill(vCount.begin(), vCount.end(), 0);
-		for(size_t i = 0; i < n; ++i) ++vCount[((vA[i] >> shift) & (numBuckets - 1)) + 1];
-		if(vCount[((vA[0] >> shift) & (numBuckets - 1)) + 1] == n) continue; // one digit value only
-		for(size_t b = 1; b <= numBuckets; ++b) vCount[b] += vCount[b - 1];
-		for(size_t i = 0; i < n; ++i) vB[vCount[(vA[i] >> shift) & (numBuckets - 1)]++] = vA[i];
-		vA.swap(vB);
+		std::fill(aCount, aCount + numBuckets + 1, 0);
+		for(size_t i = 0; i < n; ++i) ++aCount[((pSrc[i] >> shift) & (numBuckets - 1)) + 1];
+		if(aCount[((pSrc[0] >> shift) & (numBuckets - 1)) + 1] == n) continue; // one digit value only
+		for(size_t b = 1; b <= numBuckets; ++b) aCount[b] += aCount[b - 1];
+		for(size_t i = 0; i < n; ++i) pDst[aCount[(pSrc[i] >> shift) & (numBuckets - 1)]++] = pSrc[i];
+		std::swap(pSrc, pDst);
 	}
-	vB.clear();
-	vB.shrink_to_fit();
-	std::vector<IdxVtxAct*> vUnsorted(first, first + n);
-	for(size_t i = 0; i < n; ++i) first[i] = vUnsorted[vA[i] & 0xffffffffu];
+	if(pSrc != aPairs) std::copy(pSrc, pSrc + n, aPairs);
 }
 
 // The first active vertex a, the next active one that differs from a in x or y,

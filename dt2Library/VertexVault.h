@@ -32,20 +32,22 @@ public:
 	VertexVault(const VertexVault&) = delete;
 	VertexVault& operator=(const VertexVault&) = delete;
 
-	// Batch: reserve, append the new vertices in input order, then sort them.
+	// Batch: the caller sorts (key, input position) pairs with sortKeyIndexPairs,
+	// reserves, and appends the new vertices in key order. The batch then lies
+	// at [getNumSorted(), size()) until it is merged.
 	void reserveBatch(size_t n);
-	void appendUnsorted(Point2* pVtx)
+	void appendSorted(Point2* pVtx, uint32_t key)
 	{
 		IdxVtxAct* pRec(idxPool.alloc());
-		pRec->key = pGrid->getKey(pVtx->x(), pVtx->y());
+		pRec->key = key;
 		pRec->active = 1;
 		pRec->pVtx = pVtx;
 		vIdxVtxAct.push_back(pRec);
 		++numActive;
 	}
-	// Sorts the records appended since the last merge by key; equal keys keep
-	// their input order. The batch then lies at [getNumSorted(), size()).
-	void sortBatch();
+	// Stable sort of n values (key << 32 | position) by key; aBuffer is scratch
+	// space for n values.
+	static void sortKeyIndexPairs(uint64_t* aPairs, uint64_t* aBuffer, size_t n);
 	// Merges the sorted batch into the sorted store; older records come first
 	// among equal keys, which keeps the first of several equal points first.
 	void mergeBatch();
@@ -94,7 +96,6 @@ private:
 	// First record position with a key not below key, within the sorted part.
 	size_t lowerBound(uint32_t key) const;
 	bool findIdx(const Point2* pQuery, size_t& idx) const;
-	static void sortByKey(IdxVtxAct** first, size_t n);
 
 	GeomTest* pGeomTest;
 	const HilbertGrid* pGrid;
