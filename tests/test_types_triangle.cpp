@@ -16,33 +16,41 @@
 using namespace MIREL25D;
 
 namespace {
-std::string streamed(const Point2& p)
+template<typename T> std::string streamed(const T& value)
 {
 	std::ostringstream ss;
-	ss << p;
+	ss << value;
 	return ss.str();
 }
 std::string addressOf(const void* p)
 {
-	std::ostringstream ss;
-	ss << p;
-	return ss.str();
+	return streamed(p);
 }
 
-// A hand-built mesh: triangles listed by corner indices (counterclockwise),
-// neighbours found by matching reversed directed edges, independently of the
-// library's own linking code.
-struct HandMesh
+// A jittered n x n grid, two triangles per cell. Neighbours are found by
+// matching reversed directed edges, independently of the library's linking.
+struct GridMesh
 {
 	std::vector<Point2> vPoints;
 	std::vector<Triangle2> vTriangles;
-
-	void build(const std::vector<std::array<int, 3>>& vCornerIdx)
+	explicit GridMesh(int n)
 	{
-		vTriangles.resize(vCornerIdx.size());
+		std::mt19937_64 rng(3);
+		std::uniform_real_distribution<double> jitter(-0.2, 0.2);
+		std::vector<std::array<int, 3>> vCornerIdx;
 		std::map<std::pair<int, int>, size_t> mDirectedEdge;
+		for(int j = 0; j < n; ++j)
+			for(int i = 0; i < n; ++i)
+			{
+				vPoints.push_back(Point2(i + jitter(rng), j + jitter(rng), 0.0));
+				int a(j * n + i);
+				if(i + 1 == n || j + 1 == n) continue;
+				vCornerIdx.push_back({a, a + 1, a + n + 1});
+				vCornerIdx.push_back({a, a + n + 1, a + n});
+			}
 		for(size_t t = 0; t < vCornerIdx.size(); ++t)
 			for(int i = 0; i < 3; ++i) mDirectedEdge[{vCornerIdx[t][nextIndex(i)], vCornerIdx[t][prevIndex(i)]}] = t;
+		vTriangles.resize(vCornerIdx.size());
 		for(size_t t = 0; t < vCornerIdx.size(); ++t)
 		{
 			Triangle2* aOpp[3];
@@ -55,61 +63,24 @@ struct HandMesh
 			vTriangles[t].setPropertiesAndOppT(&vPoints[c[0]], &vPoints[c[1]], &vPoints[c[2]], aOpp[0], aOpp[1], aOpp[2]);
 		}
 	}
-	// n x n grid, two triangles per cell, slightly jittered
-	void buildGrid(int n)
-	{
-		std::mt19937_64 rng(3);
-		std::uniform_real_distribution<double> jitter(-0.2, 0.2);
-		for(int j = 0; j < n; ++j)
-			for(int i = 0; i < n; ++i) vPoints.push_back(Point2(i + jitter(rng), j + jitter(rng), 0.0));
-		std::vector<std::array<int, 3>> vCornerIdx;
-		for(int j = 0; j + 1 < n; ++j)
-			for(int i = 0; i + 1 < n; ++i)
-			{
-				int a(j * n + i), b(a + 1), c(a + n + 1), d(a + n);
-				vCornerIdx.push_back({a, b, c});
-				vCornerIdx.push_back({a, c, d});
-			}
-		build(vCornerIdx);
-	}
-	std::set<Triangle2*> fanOf(const Point2* p)
-	{
-		std::set<Triangle2*> sFan;
-		for(Triangle2& t : vTriangles)
-			if(t.hasVertex(p)) sFan.insert(&t);
-		return sFan;
-	}
 };
 
-double centroidAngle(const Triangle2* t, const Point2* center)
+// u follows t counterclockwise around center, judged by the centroids' angles.
+bool followsCCW(const Triangle2* t, const Triangle2* u, const Point2& center)
 {
-	Point2 c(t->getBarycenter());
-	return std::atan2(c.y() - center->y(), c.x() - center->x());
-}
-
-// u follows t counterclockwise around center (angles of the centroids).
-bool followsCCW(const Triangle2* t, const Triangle2* u, const Point2* center)
-{
-	double turn(centroidAngle(u, center) - centroidAngle(t, center));
+	Point2 ct(t->getBarycenter()), cu(u->getBarycenter());
+	double turn(std::atan2(cu.y() - center.y(), cu.x() - center.x()) - std::atan2(ct.y() - center.y(), ct.x() - center.x()));
 	if(turn < 0) turn += 2 * M_PI;
 	return turn > 0 && turn < M_PI;
 }
 
-// Exact circumcentre with GMP rationals.
 void exactCircumcenter(const Point2& a, const Point2& b, const Point2& c, mpq_class& ux, mpq_class& uy)
 {
 	mpq_class bx(mpq_class(b.x()) - a.x()), by(mpq_class(b.y()) - a.y());
 	mpq_class cx(mpq_class(c.x()) - a.x()), cy(mpq_class(c.y()) - a.y());
-	mpq_class den(2 * (bx * cy - by * cx));
-	mpq_class sqB(bx * bx + by * by), sqC(cx * cx + cy * cy);
+	mpq_class den(2 * (bx * cy - by * cx)), sqB(bx * bx + by * by), sqC(cx * cx + cy * cy);
 	ux = mpq_class(a.x()) + (cy * sqB - by * sqC) / den;
 	uy = mpq_class(a.y()) + (bx * sqC - cx * sqB) / den;
-}
-
-mpq_class exactSqDist(const Point2& p, const mpq_class& x, const mpq_class& y)
-{
-	mpq_class dx(x - p.x()), dy(y - p.y());
-	return dx * dx + dy * dy;
 }
 
 // Largest difference of the distances from (x, y) to the corners, nearly exact:
@@ -117,40 +88,37 @@ mpq_class exactSqDist(const Point2& p, const mpq_class& x, const mpq_class& y)
 double maxDistanceSpread(const Triangle2& t, const mpq_class& x, const mpq_class& y)
 {
 	mpq_class sq[3];
-	double dist[3];
 	for(int k = 0; k < 3; ++k)
 	{
-		sq[k] = exactSqDist(*t.getCorner(k), x, y);
-		dist[k] = std::sqrt(sq[k].get_d());
+		mpq_class dx(x - t.getCorner(k)->x()), dy(y - t.getCorner(k)->y());
+		sq[k] = dx * dx + dy * dy;
 	}
 	double spread(0);
 	for(int k = 0; k < 3; ++k)
 	{
 		mpq_class diff(sq[k] - sq[nextIndex(k)]);
-		spread = std::max(spread, std::fabs(diff.get_d()) / (dist[k] + dist[nextIndex(k)]));
+		spread = std::max(spread, std::fabs(diff.get_d()) / (std::sqrt(sq[k].get_d()) + std::sqrt(sq[nextIndex(k)].get_d())));
 	}
 	return spread;
 }
 
 int exactSide(const Point2& a, const Point2& b, const mpq_class& x, const mpq_class& y)
 {
-	mpq_class det((mpq_class(a.x()) - x) * (mpq_class(b.y()) - y) - (mpq_class(a.y()) - y) * (mpq_class(b.x()) - x));
-	return sgn(det);
+	return sgn((mpq_class(a.x()) - x) * (mpq_class(b.y()) - y) - (mpq_class(a.y()) - y) * (mpq_class(b.x()) - x));
 }
 } // namespace
 
 TEST(TriangleAroundVertexIterator, FansOfInteriorAndBorderVertices)
 {
-	HandMesh mesh;
-	mesh.buildGrid(5);
-	int numInterior(0), numBorder(0), numSingle(0);
-	for(Point2& p : mesh.vPoints)
+	const int n(5);
+	GridMesh mesh(n);
+	for(size_t v = 0; v < mesh.vPoints.size(); ++v)
 	{
-		std::set<Triangle2*> sFan(mesh.fanOf(&p));
-		bool bInterior(p.getIncidentTriangle() != nullptr && sFan.size() == 6 && p.x() > 0.5 && p.y() > 0.5 && p.x() < 3.5 && p.y() < 3.5);
-		numInterior += bInterior;
-		numBorder += !bInterior;
-		numSingle += sFan.size() == 1;
+		Point2& p(mesh.vPoints[v]);
+		std::set<Triangle2*> sFan;
+		for(Triangle2& t : mesh.vTriangles)
+			if(t.hasVertex(&p)) sFan.insert(&t);
+		bool bInterior(v % n != 0 && v % n != n - 1 && v / n != 0 && v / n != n - 1);
 		for(bool bForward : {true, false})
 		{
 			TriangleAroundVertexIterator it(&p);
@@ -158,52 +126,33 @@ TEST(TriangleAroundVertexIterator, FansOfInteriorAndBorderVertices)
 			for(size_t k = 0; k < 2 * sFan.size() + 2; ++k)
 			{
 				Triangle2* pPreview(bForward ? it.previewNextTriangle() : it.previewPrevTriangle());
-				if(bForward) ++it;
-				else --it;
-				ASSERT_EQ(*it, pPreview);
-				vSeq.push_back(*it);
+				vSeq.push_back(bForward ? *++it : *--it);
+				ASSERT_EQ(vSeq.back(), pPreview);
+				EXPECT_TRUE(vSeq.back() == nullptr || vSeq.back()->hasVertex(&p));
+				Triangle2* pBefore(vSeq[vSeq.size() - 2]);
+				if(vSeq.back() == nullptr || pBefore == nullptr || sFan.size() == 1) continue;
+				EXPECT_EQ(followsCCW(pBefore, vSeq.back(), p), bForward);
 			}
-			size_t numNull(0);
-			for(size_t k = 0; k < vSeq.size(); ++k)
-			{
-				if(vSeq[k] == nullptr)
-				{
-					++numNull;
-					continue;
-				}
-				EXPECT_TRUE(vSeq[k]->hasVertex(&p));
-				if(k > 0 && vSeq[k - 1] != nullptr && sFan.size() > 1)
-				{
-					bool bCCW(followsCCW(vSeq[k - 1], vSeq[k], &p));
-					EXPECT_EQ(bCCW, bForward);
-				}
-			}
+			size_t firstNull(std::find(vSeq.begin(), vSeq.end(), nullptr) - vSeq.begin());
 			if(bInterior)
 			{
-				EXPECT_EQ(numNull, 0u);
+				EXPECT_EQ(firstNull, vSeq.size());
 				EXPECT_EQ(vSeq[sFan.size()], vSeq[0]);
 				EXPECT_EQ(std::set<Triangle2*>(vSeq.begin(), vSeq.begin() + sFan.size()), sFan);
 				continue;
 			}
-			// border: one null per sweep, then the whole fan from its far end
-			EXPECT_EQ(numNull, 2u);
-			size_t firstNull(std::find(vSeq.begin(), vSeq.end(), nullptr) - vSeq.begin());
+			// border: null once, then the whole fan from its far end, then null again
 			ASSERT_LE(firstNull + sFan.size() + 1, vSeq.size() - 1);
-			std::set<Triangle2*> sSweep(vSeq.begin() + firstNull + 1, vSeq.begin() + firstNull + 1 + sFan.size());
-			EXPECT_EQ(sSweep, sFan);
+			EXPECT_EQ(std::set<Triangle2*>(vSeq.begin() + firstNull + 1, vSeq.begin() + firstNull + 1 + sFan.size()), sFan);
 			EXPECT_EQ(vSeq[firstNull + sFan.size() + 1], nullptr);
 		}
 	}
-	EXPECT_EQ(numInterior, 9);
-	EXPECT_EQ(numSingle, 2);
-	EXPECT_EQ(numBorder, 16);
-
-	Point2& corner(mesh.vPoints[4]);
+	// the lower right corner has a single triangle
+	Point2& corner(mesh.vPoints[n - 1]);
 	Triangle2* pOnly(corner.getIncidentTriangle());
 	TriangleAroundVertexIterator single(&corner, pOnly), same(&corner, pOnly);
 	EXPECT_TRUE(single == same);
-	EXPECT_EQ(*++single, nullptr);
-	EXPECT_TRUE(single != same);
+	EXPECT_TRUE(*++single == nullptr && single != same);
 	EXPECT_EQ(*++single, pOnly);
 	EXPECT_EQ(*--single, nullptr);
 	EXPECT_EQ(*--single, pOnly);
@@ -228,8 +177,7 @@ TEST(Triangle2, IndexLookupAndItsBugMessage)
 		EXPECT_EQ(t.getIntraTriangleIndex(aCorner[prevIndex(i)], aCorner[nextIndex(i)]), i);
 	}
 	EXPECT_EQ(t.getIntraTriangleIndex(&u), 0);
-	EXPECT_TRUE(t.hasVertex(Point2(1, 0, 0)));
-	EXPECT_FALSE(t.hasVertex(Point2(1, 0, 1)));
+	EXPECT_TRUE(t.hasVertex(Point2(1, 0, 0)) && !t.hasVertex(Point2(1, 0, 1)));
 
 	std::string expectedTriangle("Triangle(" + addressOf(&t) + "): area2D=0.5, area2.5D=0.5, CCW\n0: " + streamed(a) +
 		"\t oppTriangle: " + addressOf(&u) + "\n1: " + streamed(b) + "\t oppTriangle: " + addressOf(nullptr) + "\n2: " +
@@ -239,11 +187,8 @@ TEST(Triangle2, IndexLookupAndItsBugMessage)
 	EXPECT_EQ(testing::internal::GetCapturedStdout(),
 		"BUG: Triangle2::getIntraTriangleIndex failed for\n" + streamed(a) + "\n" + streamed(elsewhere) + "\n" + expectedTriangle);
 
-	std::ostringstream cw, collinear;
-	cw << Triangle2(&a, &c, &b);
-	collinear << Triangle2(&a, &b, &b);
-	EXPECT_NE(cw.str().find(", ATTENTION, CLOCKWISE CORNERS!\n0: "), std::string::npos);
-	EXPECT_NE(collinear.str().find("area2D=0, area2.5D=0, ATTENTION, COLLINEAR CORNERS\n"), std::string::npos);
+	EXPECT_NE(streamed(Triangle2(&a, &c, &b)).find(", ATTENTION, CLOCKWISE CORNERS!\n0: "), std::string::npos);
+	EXPECT_NE(streamed(Triangle2(&a, &b, &b)).find("area2D=0, area2.5D=0, ATTENTION, COLLINEAR CORNERS\n"), std::string::npos);
 }
 
 TEST(Triangle2, OnEdgeIsExactAtLargeCoordinates)
@@ -262,26 +207,15 @@ TEST(Triangle2, OnEdgeIsExactAtLargeCoordinates)
 	}
 }
 
-TEST(Triangle2, EdgeLengthIndicesAndTies)
+TEST(Triangle2, MeasuresAndIndexTies)
 {
 	Point2 a(0, 0, 0), b(2, 0, 0), c(1, 1, 0), d(4, 0, 0), e(2, 10, 0);
-	Triangle2 isosceles(&a, &b, &c); // edges 0 and 1 have squared length 2, edge 2 has 4
-	EXPECT_EQ(isosceles.getMaxIndex(), 2);
-	EXPECT_EQ(isosceles.getMinIndex(), 0);
-	EXPECT_EQ(isosceles.getMaxSqEdgeLen2D(), 4.0);
-	Triangle2 tall(&a, &d, &e); // edges 0 and 1 have squared length 104
-	EXPECT_EQ(tall.getMaxIndex(), 0);
-	EXPECT_EQ(tall.getMinIndex(), 2);
-	Triangle2 tallRotated(&d, &e, &a);
-	EXPECT_EQ(tallRotated.getMaxIndex(), 0);
-	EXPECT_EQ(tallRotated.getMinIndex(), 1);
-	Triangle2 point(&a, &a, &a);
-	EXPECT_EQ(point.getMaxIndex(), 0);
-	EXPECT_EQ(point.getMinIndex(), 0);
-}
+	Triangle2 isosceles(&a, &b, &c), tall(&a, &d, &e), flat(&a, &b, &d);
+	// squared edges (2, 2, 4) and (104, 104, 16): ties go to the lower index
+	EXPECT_TRUE(isosceles.getMaxIndex() == 2 && isosceles.getMinIndex() == 0 && isosceles.getMaxSqEdgeLen2D() == 4.0);
+	EXPECT_TRUE(tall.getMaxIndex() == 0 && tall.getMinIndex() == 2);
+	EXPECT_TRUE(flat.getArea2D() == 0.0 && flat.getNormalVector().isDegenerate());
 
-TEST(Triangle2, MeasuresOfRandomTriangles)
-{
 	std::mt19937_64 rng(17);
 	std::uniform_real_distribution<double> coord(-100, 100);
 	for(int n = 0; n < 500; ++n)
@@ -302,17 +236,10 @@ TEST(Triangle2, MeasuresOfRandomTriangles)
 		EXPECT_NEAR(sum25D, 180.0, 1e-6);
 		Vector2 normal(t.getNormalVector());
 		EXPECT_NEAR(normal.length(), 1.0, 1e-12);
-		EXPECT_NEAR(normal * normalize(p1 - p0), 0.0, 1e-9);
 		EXPECT_NEAR(normal * normalize(p2 - p1), 0.0, 1e-9);
 		EXPECT_GT(normal * cross3D, 0.0);
-		Point2 bary(t.getBarycenter());
-		EXPECT_NEAR(bary.z(), (p0.z() + p1.z() + p2.z()) / 3, 1e-12);
+		EXPECT_NEAR(t.getBarycenter().z(), (p0.z() + p1.z() + p2.z()) / 3, 1e-12);
 	}
-	Point2 a(0, 0, 0), b(1, 0, 0), c(2, 0, 0);
-	Triangle2 flat(&a, &b, &c);
-	EXPECT_EQ(flat.getArea2D(), 0.0);
-	EXPECT_TRUE(flat.getNormalVector().isDegenerate());
-	EXPECT_NEAR(flat.getInteriorAngle2D(1), 180.0, 1e-6);
 }
 
 TEST(Triangle2, NanAreaWarnsThenFailsWithBanner)
@@ -343,7 +270,6 @@ TEST(Triangle2, DualOfWellShapedTrianglesMatchesExactCentre)
 {
 	std::mt19937_64 rng(23);
 	std::uniform_real_distribution<double> unit(-1, 1), angle(0, 2 * M_PI);
-	int numChecked(0);
 	for(int n = 0; n < 3000; ++n)
 	{
 		double scale(std::pow(10.0, 4 * unit(rng) - 1)), ox(1e5 * unit(rng)), oy(1e5 * unit(rng));
@@ -364,9 +290,7 @@ TEST(Triangle2, DualOfWellShapedTrianglesMatchesExactCentre)
 		EXPECT_NEAR(dual.first.y(), uy.get_d(), 1e-13 * magnitude);
 		int i(t.getMaxIndex());
 		EXPECT_EQ(dual.first.z(), (t.getCorner(nextIndex(i))->z() + t.getCorner(prevIndex(i))->z()) / 2);
-		++numChecked;
 	}
-	EXPECT_EQ(numChecked, 3000);
 }
 
 TEST(Triangle2, DualOfNearlyDegenerateTrianglesIsHonest)
@@ -397,13 +321,10 @@ TEST(Triangle2, DualOfNearlyDegenerateTrianglesIsHonest)
 		const Point2& e0(*t.getCorner(nextIndex(i)));
 		const Point2& e1(*t.getCorner(prevIndex(i)));
 		int trueSide(exactSide(e0, e1, ux, uy));
-		if(trueSide != 0)
-		{
-			EXPECT_EQ(exactSide(e0, e1, cx, cy), trueSide) << n;
-		}
+		EXPECT_TRUE(trueSide == 0 || exactSide(e0, e1, cx, cy) == trueSide) << n;
 		if(std::fabs(ux.get_d() - ox) > 1e3) ++numFarAccurate;
 	}
-	// the bisection keeps most of these accurate even where the closed form cancels
+	// most flat triangles still get an accurate centre, distant ones included
 	EXPECT_GT(numTotal, 2000);
 	EXPECT_GT(numAccurate, numTotal / 2);
 	EXPECT_GT(numFarAccurate, numTotal / 2);
