@@ -55,6 +55,11 @@ struct IntersectionScratch;
 //
 // In-circle bound: relative, 3.33e-15 times the sum of the magnitudes of the
 // terms, as for Shewchuk's first adaptive stage with three times the slack.
+// A relative bound does not cover underflow: a product that falls below the
+// normal range carries an absolute error of up to 2^-1075, which the lifted
+// terms then multiply. The second summand covers that (2^-1072 times the sum of
+// the lifts, the cross-term magnitudes and one); it vanishes against the
+// relative part unless the differences are tiny.
 class MIREL_API GeomTest
 {
 public:
@@ -96,7 +101,8 @@ public:
 		double la(qaX * qaX + qaY * qaY), lb(qbX * qbX + qbY * qbY), lc(qcX * qcX + qcY * qcY);
 		double p0(qcX * qaY), p1(qcY * qaX), p2(qcY * qbX), p3(qcX * qbY), p4(qbY * qaX), p5(qbX * qaY);
 		double det((p0 - p1) * lb + (p2 - p3) * la + (p4 - p5) * lc);
-		double bound(((std::fabs(p1) + std::fabs(p0)) * lb + (std::fabs(p3) + std::fabs(p2)) * la + (std::fabs(p5) + std::fabs(p4)) * lc) * 3.33e-15);
+		double sb(std::fabs(p1) + std::fabs(p0)), sa(std::fabs(p3) + std::fabs(p2)), sc(std::fabs(p5) + std::fabs(p4));
+		double bound((sb * lb + sa * la + sc * lc) * 3.33e-15 + (la + lb + lc + sa + sb + sc + 1.0) * 0x1p-1072);
 		if(det > bound) return CINC2_INCIRCLE;
 		if(det < -bound) return CINC2_OUTCIRCLE;
 		return circleInc3state_exact(a, b, c, d);
@@ -111,11 +117,16 @@ public:
 	CircleIncidence2 circleInc3state_exact(const Point2* a, const Point2* b, const Point2* c, const Point2* d);
 
 private:
+	// Both exact stages use the scratch under different mutexes; the first one
+	// to need it creates it, exactly once.
+	void createExactScratch();
+
 	std::atomic<double> staticBoundPos;
 	std::atomic<double> staticBoundNeg;
 	std::atomic<double> maxCoord;
 	ExactScratch* pExactScratch; // 48 rationals, made on the first exact evaluation
 	bool exactScratchReady;
+	std::once_flag exactScratchOnce;
 	IntersectionScratch* pIntersectionScratch; // 29 rationals, made on first use
 	bool intersectionScratchReady;
 	std::mutex boundMutex;
