@@ -57,9 +57,10 @@ struct IntersectionScratch;
 // terms, as for Shewchuk's first adaptive stage with three times the slack.
 // A relative bound does not cover underflow: a product that falls below the
 // normal range carries an absolute error of up to 2^-1075, which the lifted
-// terms then multiply. The second summand covers that (2^-1072 times the sum of
-// the lifts, the cross-term magnitudes and one); it vanishes against the
-// relative part unless the differences are tiny.
+// terms then multiply. So the determinant must also exceed 2^-1070 times the
+// sum of the lifts, the cross-term magnitudes and one (several times the
+// worst underflow error). That test is made on det * 2^1000: computing the tiny
+// bound itself would be subnormal arithmetic, which is slow on most CPUs.
 class MIREL_API GeomTest
 {
 public:
@@ -102,9 +103,10 @@ public:
 		double p0(qcX * qaY), p1(qcY * qaX), p2(qcY * qbX), p3(qcX * qbY), p4(qbY * qaX), p5(qbX * qaY);
 		double det((p0 - p1) * lb + (p2 - p3) * la + (p4 - p5) * lc);
 		double sb(std::fabs(p1) + std::fabs(p0)), sa(std::fabs(p3) + std::fabs(p2)), sc(std::fabs(p5) + std::fabs(p4));
-		double bound((sb * lb + sa * la + sc * lc) * 3.33e-15 + (la + lb + lc + sa + sb + sc + 1.0) * 0x1p-1072);
-		if(det > bound) return CINC2_INCIRCLE;
-		if(det < -bound) return CINC2_OUTCIRCLE;
+		double bound((sb * lb + sa * la + sc * lc) * 3.33e-15);
+		double underflowScale(la + lb + lc + sa + sb + sc + 1.0);
+		if(det > bound && det * 0x1p1000 > underflowScale * 0x1p-70) return CINC2_INCIRCLE;
+		if(det < -bound && det * -0x1p1000 > underflowScale * 0x1p-70) return CINC2_OUTCIRCLE;
 		return circleInc3state_exact(a, b, c, d);
 	}
 
