@@ -7,3 +7,7 @@
 #include "Vector2.h"
 #include "Triangle2.h"
 #include "GeomTest.h"
+#include "Bbox2.h"
+#include "Segment2.h"
+#include "Edge2.h"
+#include "Circle2.h"
