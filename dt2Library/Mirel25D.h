@@ -11,3 +11,6 @@
 #include "Segment2.h"
 #include "Edge2.h"
 #include "Circle2.h"
+#include "Color.h"
+#include "Label.h"
+#include "Visualizer2.h"
