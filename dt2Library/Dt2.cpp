@@ -3,6 +3,10 @@
 #include <chrono>
 #include <cmath>
 #include <cstdlib>
+#include <iomanip>
+#include <iostream>
+#include <set>
+#include <sstream>
 #include <thread>
 
 namespace MIREL25D {
@@ -663,6 +667,542 @@ void Dt2::flipEdge(Triangle2* a, int i)
 	if(pAOpp1 != nullptr) pAOpp1->setOppTriangle(pAOpp1->getIntraTriangleIndex(a), b);
 	ci1->setIncidentTriangle(a);
 	ci2->setIncidentTriangle(b);
+}
+
+
+// ======================================================================
+// Queries
+// ======================================================================
+
+Triangle2* Dt2::locate(const Point2& p)
+{
+	if(!vertexVault.isFullDimensional()) return nullptr;
+	// A far query point needs the exact stages' range widened first.
+	if(p.getMaxAbs() > geomTest.getMaxCoord()) geomTest.setStaticBound_MT(p.getMaxAbs());
+	Triangle2* pT(vertexVault.getCloseTriangle(hilbertGrid.getKey(p.x(), p.y())));
+	MIREL_ASSERT(pT!=0);
+	int e(-1);
+	int r(locateConflictTriangle(&p, pT, e));
+	if(r < 0 || r > 2) return pT;
+	// The walk ends beyond hull edge r: on that edge p still belongs to pT.
+	if(geomTest.getOrientation2(pT, r, &p) == ORIENTATION2_CW) return nullptr;
+	return pT;
+}
+
+Triangle2* Dt2::getAdjacentTriangle(Point2* p0, Point2* p1) const
+{
+	MIREL_ASSERT(p0!=0);
+	MIREL_ASSERT(p1!=0);
+	MIREL_ASSERT(p0!=p1);
+	if(p0->getIncidentTriangle() == nullptr) return nullptr;
+	TriangleAroundVertexIterator it(p0);
+	Triangle2* pStartT(*it);
+	do
+	{
+		Triangle2* pT(*it);
+		if(pT != nullptr && pT->getCorner(nextIndex(pT->getIntraTriangleIndex(p0))) == p1) return pT;
+		++it;
+	} while(*it != pStartT);
+	return nullptr;
+}
+
+void Dt2::getIncidentTriangles(Point2* v, std::vector<Triangle2*>& vIncidentT) const
+{
+	MIREL_ASSERT(v!=0);
+	Triangle2* pStartT(v->getIncidentTriangle());
+	MIREL_ASSERT(pStartT!=0);
+	TriangleAroundVertexIterator it(v, pStartT);
+	do
+	{
+		if(*it != nullptr) vIncidentT.push_back(*it);
+		++it;
+	} while(*it != pStartT);
+}
+
+// The corner following v in each triangle; at the border the fan is open and
+// the corner preceding v in its counterclockwise-most triangle is added too.
+void Dt2::getIncidentVertices(Point2* v, std::vector<Point2*>& vIncidentVtx) const
+{
+	MIREL_ASSERT(v!=0);
+	Triangle2* pStartT(v->getIncidentTriangle());
+	MIREL_ASSERT(pStartT!=0);
+	TriangleAroundVertexIterator it(v, pStartT);
+	Triangle2* pPrevT(nullptr);
+	do
+	{
+		Triangle2* pT(*it);
+		if(pT != nullptr) vIncidentVtx.push_back(pT->getCorner(nextIndex(pT->getIntraTriangleIndex(v))));
+		else vIncidentVtx.push_back(pPrevT->getCorner(prevIndex(pPrevT->getIntraTriangleIndex(v))));
+		pPrevT = pT;
+		++it;
+	} while(*it != pStartT);
+	// The fan ended just before the start: its last corner is still missing.
+	if(pPrevT != nullptr && pPrevT->getOppositeTriangle(nextIndex(pPrevT->getIntraTriangleIndex(v))) == nullptr)
+	{
+		vIncidentVtx.push_back(pPrevT->getCorner(prevIndex(pPrevT->getIntraTriangleIndex(v))));
+	}
+}
+
+void Dt2::getConvexHull(bool bAllVertices, std::vector<Point2*>& vHullVtx)
+{
+	if(!vertexVault.isFullDimensional())
+	{
+		sendWarning("Dt2::getConvexHull()", "the triangulation has no area yet");
+		return;
+	}
+	// The lexicographically smallest vertex is a strict corner of the hull.
+	Point2* pStartVtx(nullptr);
+	for(size_t i = 0; i < vertexVault.size(); ++i)
+	{
+		const IdxVtxAct* pRec(vertexVault.getRecord(i));
+		if(pRec->active && (pStartVtx == nullptr || *pRec->pVtx < *pStartVtx)) pStartVtx = pRec->pVtx;
+	}
+	MIREL_ASSERT(pStartVtx!=0);
+
+	// The hull edge leaving a hull vertex: rotate clockwise to the end of its fan.
+	auto hullEdgeFrom = [](Point2* pVtx, Triangle2*& pT) {
+		pT = pVtx->getIncidentTriangle();
+		int m(pT->getIntraTriangleIndex(pVtx));
+		while(pT->getOppositeTriangle(prevIndex(m)) != nullptr)
+		{
+			pT = pT->getOppositeTriangle(prevIndex(m));
+			m = pT->getIntraTriangleIndex(pVtx);
+		}
+		return prevIndex(m); // from corner m to corner next(m)
+	};
+	std::vector<Point2*> vConvexHullPoints;
+	Point2* pVtx(pStartVtx);
+	do
+	{
+		vConvexHullPoints.push_back(pVtx);
+		Triangle2* pT(nullptr);
+		int k(hullEdgeFrom(pVtx, pT));
+		pVtx = pT->getCorner(prevIndex(k));
+		MIREL_ASSERT(vConvexHullPoints.size()<=vertexVault.numberOfPoints());
+	} while(pVtx != pStartVtx);
+	vConvexHullPoints.push_back(pStartVtx); // closed
+	MIREL_ASSERT(!vConvexHullPoints.empty());
+
+	if(bAllVertices)
+	{
+		vHullVtx.insert(vHullVtx.end(), vConvexHullPoints.begin(), vConvexHullPoints.end() - 1);
+		return;
+	}
+	std::vector<Point2*> vSimplified;
+	vSimplified.push_back(vConvexHullPoints[0]);
+	for(size_t i = 1; i + 1 < vConvexHullPoints.size(); ++i)
+	{
+		if(geomTest.getOrientation2(vSimplified.back(), vConvexHullPoints[i], vConvexHullPoints[i + 1]) != ORIENTATION2_COLLINEAR)
+		{
+			vSimplified.push_back(vConvexHullPoints[i]);
+		}
+	}
+	vSimplified.push_back(vConvexHullPoints.back());
+	MIREL_ASSERT(vSimplified[0]==vSimplified.back());
+	vHullVtx.insert(vHullVtx.end(), vSimplified.begin(), vSimplified.end() - 1);
+}
+
+// Live triangles are those with a corner; released ones are cleared.
+void Dt2::getTrianglePointers(std::vector<Triangle2*>& vAllTriangles) const
+{
+	vAllTriangles.reserve(vAllTriangles.size() + numberOfTriangles());
+	for(size_t b = 0; b < trianglePool.numBlocks(); ++b)
+	{
+		size_t numUsed(0);
+		Triangle2* pBlock(trianglePool.getBlock(b, numUsed));
+		for(size_t i = 0; i < numUsed; ++i)
+		{
+			if(pBlock[i].isAlive()) vAllTriangles.push_back(pBlock + i);
+		}
+	}
+}
+
+void Dt2::getVertexPointers(std::vector<Point2*>& vAllVertices) const
+{
+	vertexVault.getActiveVertices(vAllVertices);
+}
+
+bool Dt2::checkValidity(bool bCheckEmptyCircles, const char* checkName)
+{
+	const char* place("Dt2::checkValidity()");
+	if(!vertexVault.isFullDimensional())
+	{
+		sendWarning(place, "not fulldimensional yet (empty or all points collinear), Returning true");
+		return true;
+	}
+	bool bValid(true);
+	std::vector<Triangle2*> vT;
+	getTrianglePointers(vT);
+	std::set<Point2*> sCorners;
+	for(Triangle2* pT : vT)
+	{
+		Point2* c0(pT->getCorner(0));
+		Point2* c1(pT->getCorner(1));
+		Point2* c2(pT->getCorner(2));
+		if(c0 == nullptr || c1 == nullptr || c2 == nullptr || c0 == c1 || c1 == c2 || c2 == c0)
+		{
+			std::ostringstream oss;
+			oss << "Less than three different corners: " << *pT;
+			sendError(place, oss.str());
+			bValid = false;
+			continue;
+		}
+		sCorners.insert(c0);
+		sCorners.insert(c1);
+		sCorners.insert(c2);
+		if(geomTest.getOrientation2(c0, c1, c2) != ORIENTATION2_CCW)
+		{
+			std::ostringstream oss;
+			oss << "Triangle not counterclockwise: " << *pT;
+			sendError(place, oss.str());
+			bValid = false;
+		}
+		for(int i = 0; i < 3; ++i)
+		{
+			Triangle2* pNeigT(pT->getOppositeTriangle(i));
+			if(pNeigT == nullptr) continue;
+			bool bPointsBack(pNeigT->isAlive() &&
+							 (pNeigT->getOppositeTriangle(0) == pT || pNeigT->getOppositeTriangle(1) == pT || pNeigT->getOppositeTriangle(2) == pT));
+			if(!bPointsBack)
+			{
+				std::ostringstream oss;
+				oss << "Inconsistent neighborships: " << *pT << "\n" << *pNeigT;
+				sendError(place, oss.str());
+				bValid = false;
+				continue;
+			}
+			int j(pNeigT->getIntraTriangleIndex(pT));
+			if(pNeigT->getCorner(nextIndex(j)) != pT->getCorner(prevIndex(i)) || pNeigT->getCorner(prevIndex(j)) != pT->getCorner(nextIndex(i)))
+			{
+				std::ostringstream oss;
+				oss << "Neighbor found but inconsistent intra triangle indices: " << *pT << "\n" << *pNeigT;
+				sendError(place, oss.str());
+				bValid = false;
+				continue;
+			}
+			if(bCheckEmptyCircles && geomTest.circleInc3state(pT, pNeigT->getCorner(j)) == CINC2_INCIRCLE)
+			{
+				std::ostringstream oss;
+				oss << "Sphere inclusion test failed: " << *pT << "\n" << *pNeigT;
+				sendError(place, oss.str());
+				bValid = false;
+			}
+		}
+	}
+
+	// The corners of the mesh and the vault's vertices must be the same set.
+	std::vector<Point2*> vVertices;
+	vertexVault.getActiveVertices(vVertices);
+	size_t numContained(0), numMissing(0);
+	for(Point2* pVtx : vVertices)
+	{
+		if(sCorners.count(pVtx) != 0) ++numContained;
+		else ++numMissing;
+		Triangle2* pIncT(pVtx->getIncidentTriangle());
+		if(pIncT == nullptr || !pIncT->isAlive() || !pIncT->hasVertex(pVtx))
+		{
+			std::ostringstream oss;
+			oss << "Vertex without a valid incident triangle: " << *pVtx;
+			sendError(place, oss.str());
+			bValid = false;
+		}
+	}
+	size_t numNotContained(sCorners.size() - numContained);
+	if(numNotContained != 0 || numMissing != 0)
+	{
+		std::ostringstream oss;
+		oss << "Not contained:" << numNotContained << ", contained:" << numContained << ", missing:" << numMissing;
+		sendError(place, oss.str());
+		bValid = false;
+	}
+	if(!bValid) std::cout << "\ncheckValidity, bug, name=" << (checkName == nullptr ? "" : checkName) << std::endl;
+	return bValid;
+}
+
+void Dt2::statistics(const char* statName) const
+{
+	std::vector<Triangle2*> vT;
+	getTrianglePointers(vT);
+	const int numBins(18);
+	size_t aBins[numBins] = {};
+	for(const Triangle2* pT : vT)
+	{
+		for(int i = 0; i < 3; ++i)
+		{
+			double angle(pT->getInteriorAngle2D(i));
+			int bin(angle > 0.0 ? int(std::ceil(angle / 10.0)) - 1 : 0);
+			aBins[bin < 0 ? 0 : (bin >= numBins ? numBins - 1 : bin)] += 1;
+		}
+	}
+	std::ostringstream oss;
+	oss << "\n\n\n********* MESH STATISTICS (" << (statName == nullptr ? "" : statName) << ") **********\n\n";
+	oss << "INTERIOR ANGLES\n";
+	double numAngles(3.0 * double(vT.size()));
+	for(int b = 0; b < numBins; ++b)
+	{
+		double pct(numAngles > 0.0 ? 100.0 * double(aBins[b]) / numAngles : 0.0);
+		oss << "  " << std::setw(3) << 10 * b << " - " << std::setw(3) << 10 * (b + 1) << " deg: " << std::setw(10) << aBins[b] << "  (" << std::fixed
+			<< std::setprecision(2) << std::setw(6) << pct << " %)\n";
+		oss.unsetf(std::ios::fixed);
+	}
+	oss << "\nNumber of triangles: " << vT.size() << "\n";
+	std::cout << oss.str() << std::flush;
+}
+
+// ======================================================================
+// Removal
+// ======================================================================
+
+void Dt2::remove(Point2* pVtx)
+{
+	const char* place("Dt2::remove(..)");
+	if(pVtx == nullptr)
+	{
+		sendWarning(place, "pVtx==NULL, illegal, return.");
+		return;
+	}
+	size_t idx(0);
+	if(!vertexVault.findIdxOfActiveVtx(pVtx, idx))
+	{
+		sendWarning(place, "vertex does not belong to the triangulation, return");
+		return;
+	}
+	if(vertexVault.isFullDimensional() && pVtx->getIncidentTriangle() != nullptr) removeFromMesh(pVtx);
+	vertexVault.deactivate(pVtx);
+	if(vertexVault.isFullDimensional() && numberOfTriangles() == 0) dropToLowerDimension();
+}
+
+/*
+ * The umbrella of v is replaced by a Delaunay triangulation of its link.
+ * Interior vertex: the link is a star-shaped polygon, clipped ear by ear.
+ * Hull vertex: the link is an open chain p0..pm; the new hull between p0 and
+ * pm is the convex chain of the link points, and each pocket between the link
+ * and a new hull edge is a simple polygon closed by that edge.
+ * Ears whose circumcircle contains no other polygon vertex are Delaunay; if no
+ * such ear exists (possible only with cocircular points) any valid ear is
+ * taken, and the final Lawson pass over the hole's edges restores the empty
+ * circles either way. A step counter guards both loops.
+ */
+void Dt2::removeFromMesh(Point2* v)
+{
+	bool bClosed(collectUmbrella(v));
+	numUmbrellaT = vUmbrellaT.size();
+	numRemovalSteps = 0;
+	maxRemovalSteps = 1000 + 10 * numUmbrellaT * numUmbrellaT;
+	vHoleT.clear();
+
+	// Until the hole is filled, the link vertices hold on to the outer triangles.
+	for(Point2* pLinkVtx : vHoleVtx) pLinkVtx->setIncidentTriangle(nullptr);
+	for(const HoleEdge& outer : vHoleEdge)
+	{
+		if(outer.pOuterT == nullptr) continue;
+		outer.pOuterT->getCorner(nextIndex(outer.idx))->setIncidentTriangle(outer.pOuterT);
+		outer.pOuterT->getCorner(prevIndex(outer.idx))->setIncidentTriangle(outer.pOuterT);
+	}
+	v->setIncidentTriangle(nullptr);
+
+	if(bClosed)
+	{
+		vPolyVtx.assign(vHoleVtx.begin(), vHoleVtx.end());
+		vPolyEdge.assign(vHoleEdge.begin(), vHoleEdge.end());
+		triangulatePolygon();
+	}
+	else
+	{
+		// The link points are sorted by angle around v: a Graham scan gives the
+		// new hull chain (collinear points stay on it, they become hull vertices).
+		vHullChain.clear();
+		for(size_t i = 0; i < vHoleVtx.size(); ++i)
+		{
+			while(vHullChain.size() >= 2 &&
+				  geomTest.getOrientation2(vHoleVtx[vHullChain[vHullChain.size() - 2]], vHoleVtx[vHullChain.back()], vHoleVtx[i]) == ORIENTATION2_CCW)
+			{
+				vHullChain.pop_back();
+			}
+			vHullChain.push_back(i);
+		}
+		for(size_t c = 0; c + 1 < vHullChain.size(); ++c)
+		{
+			size_t a(vHullChain[c]), b(vHullChain[c + 1]);
+			if(b == a + 1)
+			{
+				// The link edge itself is now a hull edge.
+				const HoleEdge& outer(vHoleEdge[a]);
+				if(outer.pOuterT != nullptr) outer.pOuterT->setOppTriangle(outer.idx, nullptr);
+				continue;
+			}
+			vPolyVtx.assign(vHoleVtx.begin() + a, vHoleVtx.begin() + b + 1);
+			vPolyEdge.assign(vHoleEdge.begin() + a, vHoleEdge.begin() + b);
+			vPolyEdge.push_back(HoleEdge{nullptr, -1}); // the new hull edge p_b -> p_a
+			triangulatePolygon();
+		}
+	}
+	for(Triangle2* pT : vUmbrellaT) releaseTriangle(pT); // those not reused
+	vUmbrellaT.clear();
+	legalizeHole();
+}
+
+bool Dt2::collectUmbrella(Point2* v)
+{
+	vUmbrellaT.clear();
+	vHoleVtx.clear();
+	vHoleEdge.clear();
+	// For a hull vertex, start at the clockwise end of the fan.
+	Triangle2* pFirstT(v->getIncidentTriangle());
+	Triangle2* pT(pFirstT);
+	bool bClosed(true);
+	for(size_t numSteps = 0;; ++numSteps)
+	{
+		Triangle2* pCwT(pT->getOppositeTriangle(prevIndex(pT->getIntraTriangleIndex(v))));
+		if(pCwT == nullptr)
+		{
+			bClosed = false;
+			break;
+		}
+		if(pCwT == pFirstT) break;
+		pT = pCwT;
+		MIREL_ASSERT(numSteps<=2*vertexVault.size());
+	}
+	if(bClosed) pT = pFirstT;
+	Triangle2* pStartT(pT);
+	for(;;)
+	{
+		int i(pT->getIntraTriangleIndex(v));
+		vUmbrellaT.push_back(pT);
+		vHoleVtx.push_back(pT->getCorner(nextIndex(i)));
+		Triangle2* pOuterT(pT->getOppositeTriangle(i));
+		vHoleEdge.push_back(HoleEdge{pOuterT, pOuterT == nullptr ? -1 : pOuterT->getIntraTriangleIndex(pT)});
+		Triangle2* pCcwT(pT->getOppositeTriangle(nextIndex(i)));
+		if(pCcwT == nullptr)
+		{
+			vHoleVtx.push_back(pT->getCorner(prevIndex(i)));
+			break;
+		}
+		if(pCcwT == pStartT) break;
+		pT = pCcwT;
+		MIREL_ASSERT(vUmbrellaT.size()<=2*vertexVault.size());
+	}
+	return bClosed;
+}
+
+void Dt2::triangulatePolygon()
+{
+	while(vPolyVtx.size() > 3)
+	{
+		size_t n(vPolyVtx.size());
+		size_t j(findEar(true));
+		if(j == n) j = findEar(false);
+		if(j == n) numRemovalSteps = maxRemovalSteps; // no ear at all: a broken invariant
+		countRemovalStep();
+		size_t ia(j == 0 ? n - 1 : j - 1), ic(j + 1 == n ? 0 : j + 1);
+		Triangle2* pT(makeHoleTriangle(vPolyVtx[ia], vPolyVtx[j], vPolyVtx[ic]));
+		linkAcross(pT, 2, vPolyEdge[ia]);
+		linkAcross(pT, 0, vPolyEdge[j]);
+		vPolyEdge[ia] = HoleEdge{pT, 1}; // the polygon goes on along a -> c
+		vPolyVtx.erase(vPolyVtx.begin() + long(j));
+		vPolyEdge.erase(vPolyEdge.begin() + long(j));
+	}
+	if(geomTest.getOrientation2(vPolyVtx[0], vPolyVtx[1], vPolyVtx[2]) != ORIENTATION2_CCW) numRemovalSteps = maxRemovalSteps;
+	countRemovalStep();
+	Triangle2* pT(makeHoleTriangle(vPolyVtx[0], vPolyVtx[1], vPolyVtx[2]));
+	linkAcross(pT, 2, vPolyEdge[0]);
+	linkAcross(pT, 0, vPolyEdge[1]);
+	linkAcross(pT, 1, vPolyEdge[2]);
+}
+
+// An ear (a, b, c) at position j: a strict left turn, and no other polygon
+// vertex in its closed triangle (the polygon is simple, so ac is a diagonal).
+// A Delaunay ear has no other polygon vertex strictly inside its circumcircle,
+// which covers the closed triangle except its corners.
+size_t Dt2::findEar(bool bDelaunayEar)
+{
+	size_t n(vPolyVtx.size());
+	for(size_t j = 0; j < n; ++j)
+	{
+		countRemovalStep();
+		size_t ia(j == 0 ? n - 1 : j - 1), ic(j + 1 == n ? 0 : j + 1);
+		Point2* a(vPolyVtx[ia]);
+		Point2* b(vPolyVtx[j]);
+		Point2* c(vPolyVtx[ic]);
+		if(geomTest.getOrientation2(a, b, c) != ORIENTATION2_CCW) continue;
+		Triangle2 ear(a, b, c);
+		bool bEar(true);
+		for(size_t k = 0; k < n && bEar; ++k)
+		{
+			if(k == ia || k == j || k == ic) continue;
+			const Point2* w(vPolyVtx[k]);
+			if(bDelaunayEar) bEar = geomTest.circleInc3state(&ear, w) != CINC2_INCIRCLE;
+			else
+			{
+				bEar = geomTest.getOrientation2(a, b, w) == ORIENTATION2_CW || geomTest.getOrientation2(b, c, w) == ORIENTATION2_CW ||
+					   geomTest.getOrientation2(c, a, w) == ORIENTATION2_CW;
+			}
+		}
+		if(bEar) return j;
+	}
+	return n;
+}
+
+Triangle2* Dt2::makeHoleTriangle(Point2* a, Point2* b, Point2* c)
+{
+	Triangle2* pT(nullptr);
+	if(!vUmbrellaT.empty())
+	{
+		pT = vUmbrellaT.back();
+		vUmbrellaT.pop_back();
+	}
+	else pT = newTriangle();
+	pT->setProperties(a, b, c);
+	vHoleT.push_back(pT);
+	return pT;
+}
+
+void Dt2::linkAcross(Triangle2* pT, int i, const HoleEdge& outer)
+{
+	pT->setOppTriangle(i, outer.pOuterT);
+	if(outer.pOuterT != nullptr) outer.pOuterT->setOppTriangle(outer.idx, pT);
+}
+
+void Dt2::legalizeHole()
+{
+	// Constraint edges must stay, and no constraint lookup exists here yet.
+	if(bConstraintsExist) return;
+	vHoleFlipStack.clear();
+	for(Triangle2* pT : vHoleT)
+	{
+		for(int i = 0; i < 3; ++i) vHoleFlipStack.push_back(std::make_pair(pT, i));
+	}
+	while(!vHoleFlipStack.empty())
+	{
+		Triangle2* a(vHoleFlipStack.back().first);
+		int i(vHoleFlipStack.back().second);
+		vHoleFlipStack.pop_back();
+		Triangle2* b(a->getOppositeTriangle(i));
+		if(b == nullptr) continue;
+		if(geomTest.circleInc3state(a, b->getCorner(b->getIntraTriangleIndex(a))) != CINC2_INCIRCLE) continue;
+		countRemovalStep();
+		flipEdge(a, i);
+		// The four outer edges of the flipped quadrilateral.
+		vHoleFlipStack.push_back(std::make_pair(a, 0));
+		vHoleFlipStack.push_back(std::make_pair(a, 2));
+		vHoleFlipStack.push_back(std::make_pair(b, 0));
+		vHoleFlipStack.push_back(std::make_pair(b, 1));
+	}
+}
+
+void Dt2::countRemovalStep()
+{
+	if(++numRemovalSteps <= maxRemovalSteps) return;
+	std::cout << "vUmbrellaT.size()=" << numUmbrellaT << std::endl;
+	MIREL_ASSERT(numRemovalSteps<=maxRemovalSteps);
+}
+
+void Dt2::dropToLowerDimension()
+{
+	std::vector<Point2*> vVertices;
+	vertexVault.getActiveVertices(vVertices);
+	for(Point2* pVtx : vVertices) pVtx->setIncidentTriangle(nullptr);
+	vertexVault.clearFullDimensional();
 }
 
 } // namespace MIREL25D

@@ -134,6 +134,66 @@ private:
 	std::string name;
 	std::multimap<MsgType, MsgBase*> mListeners;
 	ProgressReporter progress;
+
+	// ======================================================================
+	// Queries and removal
+	// ======================================================================
+public:
+	// The triangle containing p (p may lie on its border or a corner); null
+	// outside the hull or while no triangle exists.
+	Triangle2* locate(const Point2& p);
+	// The triangle in which p1 directly follows p0 counterclockwise (the one to
+	// the left of p0->p1), or null.
+	Triangle2* getAdjacentTriangle(Point2* p0, Point2* p1) const;
+	// Append counterclockwise from v's incident triangle, each once.
+	void getIncidentTriangles(Point2* v, std::vector<Triangle2*>& vIncidentT) const;
+	void getIncidentVertices(Point2* v, std::vector<Point2*>& vIncidentVtx) const;
+	// Counterclockwise from the lexicographically smallest vertex. With
+	// bAllVertices false, vertices inside straight stretches of the hull are dropped.
+	void getConvexHull(bool bAllVertices, std::vector<Point2*>& vHullVtx);
+	void getTrianglePointers(std::vector<Triangle2*>& vAllTriangles) const;
+	void getVertexPointers(std::vector<Point2*>& vAllVertices) const;
+	bool checkValidity(bool bCheckEmptyCircles, const char* checkName);
+	void remove(Point2* pVtx);
+	void statistics(const char* statName) const;
+
+private:
+	// A hole edge seen from outside: the triangle beyond it and the edge's index
+	// there; pOuterT is null where the edge is (or becomes) a hull edge.
+	struct HoleEdge
+	{
+		Triangle2* pOuterT;
+		int idx;
+	};
+	// Fills the link polygon of v (vHoleVtx, vHoleEdge) and the umbrella
+	// vUmbrellaT; returns whether the fan is closed (v not on the hull).
+	bool collectUmbrella(Point2* v);
+	void removeFromMesh(Point2* v);
+	// Triangulates the simple polygon vPolyVtx/vPolyEdge (counterclockwise) by
+	// ear clipping, preferring ears whose circumcircle holds no polygon vertex.
+	void triangulatePolygon();
+	// Position of a clippable ear of the polygon, or vPolyVtx.size() if none.
+	size_t findEar(bool bDelaunayEar);
+	Triangle2* makeHoleTriangle(Point2* a, Point2* b, Point2* c);
+	void linkAcross(Triangle2* pT, int i, const HoleEdge& outer);
+	// Lawson flips until every edge queued by the hole is locally Delaunay.
+	void legalizeHole();
+	void countRemovalStep();
+	// The last triangle around the removed vertex went away: the remaining
+	// points are collinear, so the vault holds them without triangles again.
+	void dropToLowerDimension();
+
+	std::vector<Triangle2*> vUmbrellaT; // triangles around the vertex being removed, reused first
+	std::vector<Point2*> vHoleVtx; // its link, counterclockwise
+	std::vector<HoleEdge> vHoleEdge; // vHoleVtx[i] -> vHoleVtx[i+1]
+	std::vector<size_t> vHullChain; // positions in vHoleVtx on the new hull
+	std::vector<Point2*> vPolyVtx; // the polygon being clipped
+	std::vector<HoleEdge> vPolyEdge; // vPolyVtx[i] -> vPolyVtx[i+1]
+	std::vector<Triangle2*> vHoleT; // triangles made for the hole
+	std::vector<std::pair<Triangle2*, int>> vHoleFlipStack;
+	size_t numUmbrellaT = 0; // size of the umbrella, for the watchdog report
+	size_t numRemovalSteps = 0;
+	size_t maxRemovalSteps = 0;
 };
 
 } // namespace MIREL25D

@@ -106,4 +106,56 @@ Dt2* Mirel_2D::getImpl()
 	return pImpl;
 }
 
+
+// ---- Queries and removal ----
+
+Triangle2* Mirel_2D::locate(const Point2& p)
+{
+	return pImpl->locate(p);
+}
+
+Triangle2* Mirel_2D::getAdjacentTriangle(Point2* p0, Point2* p1)
+{
+	return pImpl->getAdjacentTriangle(p0, p1);
+}
+
+void Mirel_2D::getIncidentTriangles(Point2* v, std::vector<Triangle2*>& vIncidentT)
+{
+	pImpl->getIncidentTriangles(v, vIncidentT);
+}
+
+void Mirel_2D::getIncidentVertices(Point2* v, std::vector<Point2*>& vIncidentVtx)
+{
+	pImpl->getIncidentVertices(v, vIncidentVtx);
+}
+
+void Mirel_2D::getConvexHull(bool bAllVertices, std::vector<Point2*>& vHullVtx)
+{
+	pImpl->getConvexHull(bAllVertices, vHullVtx);
+}
+
+void Mirel_2D::getTrianglePointers(std::vector<Triangle2*>& vAllTriangles)
+{
+	pImpl->getTrianglePointers(vAllTriangles);
+}
+
+void Mirel_2D::getVertexPointers(std::vector<Point2*>& vAllVertices)
+{
+	pImpl->getVertexPointers(vAllVertices);
+}
+
+bool Mirel_2D::checkValidity(bool bCheckEmptyCircles, const char* name)
+{
+	return pImpl->checkValidity(bCheckEmptyCircles, name);
+}
+
+void Mirel_2D::statistics(const char* name)
+{
+	pImpl->statistics(name);
+}
+
+void Mirel_2D::remove(Point2* pVtx)
+{
+	pImpl->remove(pVtx);
+}
 } // namespace MIREL25D

@@ -60,6 +60,23 @@ public:
 
 	Dt2* getImpl();
 
+	// ---- Queries and removal ----
+	// The triangle containing p (its border included), null outside the hull.
+	Triangle2* locate(const Point2& p);
+	// The triangle to the left of the directed edge p0->p1, or null.
+	Triangle2* getAdjacentTriangle(Point2* p0, Point2* p1);
+	// Counterclockwise around v, starting at its incident triangle.
+	void getIncidentTriangles(Point2* v, std::vector<Triangle2*>& vIncidentT);
+	void getIncidentVertices(Point2* v, std::vector<Point2*>& vIncidentVtx);
+	// Counterclockwise; with bAllVertices false, vertices inside straight hull stretches are left out.
+	void getConvexHull(bool bAllVertices, std::vector<Point2*>& vHullVtx);
+	void getTrianglePointers(std::vector<Triangle2*>& vAllTriangles);
+	void getVertexPointers(std::vector<Point2*>& vAllVertices);
+	bool checkValidity(bool bCheckEmptyCircles, const char* name);
+	void statistics(const char* name);
+	// The triangulation stays Delaunay; bad arguments give a warning and change nothing.
+	void remove(Point2* pVtx);
+
 private:
 	Dt2* pImpl;
 };

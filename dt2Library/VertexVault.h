@@ -91,6 +91,8 @@ public:
 
 	bool isFullDimensional() const { return bFullDimensional; }
 	void setFullDimensional() { bFullDimensional = true; }
+	// After a removal left no triangle (the remaining points are collinear).
+	void clearFullDimensional() { bFullDimensional = false; }
 
 private:
 	// First record position with a key not below key, within the sorted part.
