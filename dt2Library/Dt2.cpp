@@ -1,5 +1,7 @@
 #include "Dt2.h"
 #include "tools.h"
+#include "Circle2.h"
+#include "Visualizer2.h"
 #include <chrono>
 #include <cmath>
 #include <cstdlib>
@@ -886,6 +888,13 @@ bool Dt2::checkValidity(bool bCheckEmptyCircles, const char* checkName)
 				oss << "Sphere inclusion test failed: " << *pT << "\n" << *pNeigT;
 				sendError(place, oss.str());
 				bValid = false;
+				Visualizer2 vis("badEmptyCircle.ps");
+				vis.addObject(*pT, Color(CBLACK));
+				vis.addObject(*pNeigT, Color(CGREEN));
+				Point2 centre(pT->getDual().first);
+				vis.addObject(Circle2(centre, sqDistance2D(centre, *c0)), Color(CBLUE));
+				vis.addObject(*pNeigT->getCorner(j), Color(CRED));
+				vis.writeFile();
 			}
 		}
 	}
@@ -915,7 +924,15 @@ bool Dt2::checkValidity(bool bCheckEmptyCircles, const char* checkName)
 		sendError(place, oss.str());
 		bValid = false;
 	}
-	if(!bValid) std::cout << "\ncheckValidity, bug, name=" << (checkName == nullptr ? "" : checkName) << std::endl;
+	if(!bValid)
+	{
+		std::string safeName(checkName == nullptr ? "" : checkName);
+		Visualizer2 vis(("checkValidityFail_" + safeName + ".ps").c_str());
+		vis.addObject(vT, Color(CBLACK));
+		vis.addObject(vVertices, Color(CRED));
+		vis.writeFile();
+		std::cout << "\ncheckValidity, bug, name=" << safeName << std::endl;
+	}
 	return bValid;
 }
 
@@ -1193,6 +1210,11 @@ void Dt2::legalizeHole()
 void Dt2::countRemovalStep()
 {
 	if(++numRemovalSteps <= maxRemovalSteps) return;
+	Visualizer2 vis("watchDogFailed.ps");
+	vis.addObject(vHoleT, Color(CGREEN));
+	vis.addObject(vHoleVtx, Color(CBLACK));
+	vis.addObject(vPolyVtx, Color(CRED));
+	vis.writeFile();
 	std::cout << "vUmbrellaT.size()=" << numUmbrellaT << std::endl;
 	MIREL_ASSERT(numRemovalSteps<=maxRemovalSteps);
 }

@@ -10,6 +10,7 @@
 #include <gtest/gtest.h>
 #include <algorithm>
 #include <cmath>
+#include <fstream>
 #include <map>
 #include <random>
 #include <set>
@@ -582,6 +583,8 @@ TEST(DelaunayProperties, QueryMessagesAndCounts)
 	out = testing::internal::GetCapturedStdout();
 	EXPECT_NE(out.find("Inconsistent neighborships:"), std::string::npos);
 	EXPECT_NE(out.find("\ncheckValidity, bug, name=broken"), std::string::npos);
+	std::ifstream picture("checkValidityFail_broken.ps");
+	EXPECT_TRUE(picture.good());
 	pT->setOppTriangle(i, pSaved);
 	EXPECT_TRUE(dt.checkValidity(true, "repaired"));
 }
