@@ -55,7 +55,12 @@ Point2* Dt2::insert(const Point2& p)
 void Dt2::insert(int n, double* coords, Point2** handles)
 {
 	MIREL_ASSERT(vertexVault.dupIsClean());
-	if(n <= 0) return;
+	if(n == 0) return;
+	if(n < 0 || coords == nullptr)
+	{
+		sendWarning("Dt2::insert(..)", "no coordinates or a negative number of points, nothing inserted");
+		return;
+	}
 	size_t numPoints(static_cast<size_t>(n));
 	progress.start("insert", 1.1 * double(numPoints));
 	growBox([&]() { return bbx.add(numPoints, coords); });
