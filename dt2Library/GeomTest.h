@@ -55,6 +55,12 @@ struct IntersectionScratch;
 //
 // In-circle bound: relative, 3.33e-15 times the sum of the magnitudes of the
 // terms, as for Shewchuk's first adaptive stage with three times the slack.
+// A relative bound does not cover underflow: a product that falls below the
+// normal range carries an absolute error of up to 2^-1075, which the lifted
+// terms then multiply. So the determinant must also exceed 2^-1070 times the
+// sum of the lifts, the cross-term magnitudes and one (several times the
+// worst underflow error). That test is made on det * 2^1000: computing the tiny
+// bound itself would be subnormal arithmetic, which is slow on most CPUs.
 class MIREL_API GeomTest
 {
 public:
@@ -96,9 +102,11 @@ public:
 		double la(qaX * qaX + qaY * qaY), lb(qbX * qbX + qbY * qbY), lc(qcX * qcX + qcY * qcY);
 		double p0(qcX * qaY), p1(qcY * qaX), p2(qcY * qbX), p3(qcX * qbY), p4(qbY * qaX), p5(qbX * qaY);
 		double det((p0 - p1) * lb + (p2 - p3) * la + (p4 - p5) * lc);
-		double bound(((std::fabs(p1) + std::fabs(p0)) * lb + (std::fabs(p3) + std::fabs(p2)) * la + (std::fabs(p5) + std::fabs(p4)) * lc) * 3.33e-15);
-		if(det > bound) return CINC2_INCIRCLE;
-		if(det < -bound) return CINC2_OUTCIRCLE;
+		double sb(std::fabs(p1) + std::fabs(p0)), sa(std::fabs(p3) + std::fabs(p2)), sc(std::fabs(p5) + std::fabs(p4));
+		double bound((sb * lb + sa * la + sc * lc) * 3.33e-15);
+		double underflowScale(la + lb + lc + sa + sb + sc + 1.0);
+		if(det > bound && det * 0x1p1000 > underflowScale * 0x1p-70) return CINC2_INCIRCLE;
+		if(det < -bound && det * -0x1p1000 > underflowScale * 0x1p-70) return CINC2_OUTCIRCLE;
 		return circleInc3state_exact(a, b, c, d);
 	}
 
@@ -111,11 +119,16 @@ public:
 	CircleIncidence2 circleInc3state_exact(const Point2* a, const Point2* b, const Point2* c, const Point2* d);
 
 private:
+	// Both exact stages use the scratch under different mutexes; the first one
+	// to need it creates it, exactly once.
+	void createExactScratch();
+
 	std::atomic<double> staticBoundPos;
 	std::atomic<double> staticBoundNeg;
 	std::atomic<double> maxCoord;
 	ExactScratch* pExactScratch; // 48 rationals, made on the first exact evaluation
 	bool exactScratchReady;
+	std::once_flag exactScratchOnce;
 	IntersectionScratch* pIntersectionScratch; // 29 rationals, made on first use
 	bool intersectionScratchReady;
 	std::mutex boundMutex;

@@ -128,6 +128,9 @@ public:
 	bool operator!=(const TriangleAroundVertexIterator& other) const { return !(*this == other); }
 
 private:
+	Triangle2* neighbour(const Triangle2* pT, bool bCCW) const;
+	Triangle2* step(bool bCCW) const;
+
 	const Point2* pCenter;
 	Triangle2* pCurrentT;
 	Triangle2* pPrevT;

@@ -1,5 +1,15 @@
 #include "freeFunctions.h"
 #include "MsgBase.h"
+#include "Segment2.h"
+#include "tools.h"
+#include <algorithm>
+#include <atomic>
+#include <cmath>
+#include <cstdint>
+#include <ctime>
+#include <fstream>
+#include <iostream>
+#include <limits>
 #include <string>
 
 namespace MIREL25D {
@@ -31,6 +41,416 @@ int getRevisionNumber()
 bool isRelease()
 {
 	return true;
+}
+
+//----------------------------------------------------------------------------
+// Point and segment files
+//----------------------------------------------------------------------------
+
+namespace {
+const int32_t FILETYPE_POINTS_2D(20);
+const int32_t FILETYPE_POINTS_3D(30);
+const int32_t FILETYPE_SEGMENTS_2D(21);
+const int32_t FILETYPE_SEGMENTS_3D(31);
+
+// A value cut off by the end of the file reads as zero: the count in the
+// header is deliberately not checked against the file length.
+template<class T>
+T readRaw(std::istream& in)
+{
+	T value(0);
+	char buffer[sizeof(T)];
+	if(in.read(buffer, sizeof(T)) && in.gcount() == static_cast<std::streamsize>(sizeof(T))) std::copy(buffer, buffer + sizeof(T), reinterpret_cast<char*>(&value));
+	return value;
+}
+
+template<class T>
+void writeRaw(std::ostream& out, T value)
+{
+	out.write(reinterpret_cast<const char*>(&value), sizeof(T));
+}
+
+Point2 readBinaryPoint(std::istream& in, bool bWithZ)
+{
+	double x(readRaw<double>(in));
+	double y(readRaw<double>(in));
+	double z(bWithZ ? readRaw<double>(in) : 0.0);
+	return Point2(x, y, z);
+}
+
+void writeBinaryPoint(std::ostream& out, const Point2& p)
+{
+	writeRaw<double>(out, p.x());
+	writeRaw<double>(out, p.y());
+	writeRaw<double>(out, p.z());
+}
+
+bool reportUnwritable(const char* filename)
+{
+	std::cout << filename << " can't be written" << std::endl;
+	return false;
+}
+
+// Reads groups of numPerPoint numbers until an extraction fails; text after
+// the last complete group is ignored.
+bool readTextPoints(const char* filename, int numPerPoint, std::vector<Point2>& vPoints)
+{
+	std::ifstream in(filename);
+	if(!in.is_open())
+	{
+		std::cout << filename << " is unreadable" << std::endl;
+		return false;
+	}
+	double coords[3] = {0.0, 0.0, 0.0};
+	while(true)
+	{
+		for(int i = 0; i < numPerPoint; ++i)
+		{
+			if(!(in >> coords[i])) return true;
+		}
+		vPoints.push_back(Point2(coords[0], coords[1], coords[2]));
+	}
+}
+
+// The writers take pointers, as the triangulation hands out its vertices.
+std::vector<Point2*> pointersTo(const std::vector<Point2>& vPoints)
+{
+	std::vector<Point2*> vPointers;
+	vPointers.reserve(vPoints.size());
+	for(const Point2& p : vPoints) vPointers.push_back(const_cast<Point2*>(&p));
+	return vPointers;
+}
+} // namespace
+
+bool readXY(const char* filename, std::vector<Point2>& vPoints)
+{
+	return readTextPoints(filename, 2, vPoints);
+}
+
+bool readXYZ(const char* filename, std::vector<Point2>& vPoints)
+{
+	return readTextPoints(filename, 3, vPoints);
+}
+
+bool readPointsBIN(const char* filename, std::vector<Point2>& vPoints)
+{
+	std::ifstream in(filename, std::ios::in | std::ios::binary);
+	if(!in.is_open())
+	{
+		std::cout << filename << " can't be read" << std::endl;
+		return false;
+	}
+	int32_t fileType(readRaw<int32_t>(in));
+	if(fileType != FILETYPE_POINTS_2D && fileType != FILETYPE_POINTS_3D)
+	{
+		std::cout << filename << " has wrong filetype " << fileType << ", expected: 30 or 20" << std::endl;
+		return false;
+	}
+	int64_t numPoints(readRaw<int64_t>(in));
+	bool bWithZ(fileType == FILETYPE_POINTS_3D);
+	for(int64_t i = 0; i < numPoints; ++i) vPoints.push_back(readBinaryPoint(in, bWithZ));
+	return true;
+}
+
+bool readSegmentsBIN(const char* filename, std::vector<Segment2>& vSegments)
+{
+	std::ifstream in(filename, std::ios::in | std::ios::binary);
+	if(!in.is_open())
+	{
+		std::cout << filename << " can't be read" << std::endl;
+		return false;
+	}
+	int32_t fileType(readRaw<int32_t>(in));
+	if(fileType != FILETYPE_SEGMENTS_2D && fileType != FILETYPE_SEGMENTS_3D)
+	{
+		std::cout << filename << " has wrong file type: " << fileType << " instead of 31 or 21" << std::endl;
+		return false;
+	}
+	int64_t numSegments(readRaw<int64_t>(in));
+	bool bWithZ(fileType == FILETYPE_SEGMENTS_3D);
+	for(int64_t i = 0; i < numSegments; ++i)
+	{
+		Point2 source(readBinaryPoint(in, bWithZ));
+		Point2 target(readBinaryPoint(in, bWithZ));
+		vSegments.push_back(Segment2(source, target));
+	}
+	return true;
+}
+
+bool writePointsASCII(const char* filename, const std::vector<Point2*>& vPoints)
+{
+	std::ofstream out(filename);
+	if(!out.is_open()) return reportUnwritable(filename);
+	out.precision(18);
+	for(const Point2* p : vPoints) out << p->x() << " " << p->y() << " " << p->z() << "\n";
+	out.close();
+	if(!out) return reportUnwritable(filename);
+	return true;
+}
+
+bool writePointsASCII(const char* filename, const std::vector<Point2>& vPoints)
+{
+	std::vector<Point2*> vPointers(pointersTo(vPoints));
+	return writePointsASCII(filename, vPointers);
+}
+
+bool writePointsBIN(const char* filename, std::vector<Point2*>& vPoints)
+{
+	std::ofstream out(filename, std::ios::out | std::ios::binary);
+	if(!out.is_open()) return reportUnwritable(filename);
+	writeRaw<int32_t>(out, FILETYPE_POINTS_3D);
+	writeRaw<int64_t>(out, static_cast<int64_t>(vPoints.size()));
+	for(const Point2* p : vPoints) writeBinaryPoint(out, *p);
+	out.close();
+	if(!out) return reportUnwritable(filename);
+	return true;
+}
+
+bool writePointsBIN(const char* filename, std::vector<Point2>& vPoints)
+{
+	std::vector<Point2*> vPointers(pointersTo(vPoints));
+	return writePointsBIN(filename, vPointers);
+}
+
+bool writeSegmentsBIN(const char* filename, std::vector<Segment2>& vSegments)
+{
+	std::ofstream out(filename, std::ios::out | std::ios::binary);
+	if(!out.is_open()) return reportUnwritable(filename);
+	writeRaw<int32_t>(out, FILETYPE_SEGMENTS_3D);
+	writeRaw<int64_t>(out, static_cast<int64_t>(vSegments.size()));
+	for(const Segment2& seg : vSegments)
+	{
+		writeBinaryPoint(out, seg.getSrc());
+		writeBinaryPoint(out, seg.getTrg());
+	}
+	out.close();
+	if(!out) return reportUnwritable(filename);
+	return true;
+}
+
+//----------------------------------------------------------------------------
+// Test data generators
+//----------------------------------------------------------------------------
+
+namespace {
+const double PI(3.14159265358979323846);
+
+// The linear congruential generator of the classic Microsoft C library
+// (x = x*214013 + 2531011, value (x>>16) & 0x7fff): values 0..32767 and, for a
+// given seed, the same sequence on every platform, unlike the C library's rand().
+class Random15
+{
+public:
+	explicit Random15(uint32_t seed) : state(seed) {}
+	int next()
+	{
+		state = state * 214013u + 2531011u;
+		return static_cast<int>((state >> 16) & 0x7fffu);
+	}
+
+private:
+	uint32_t state;
+};
+
+// Unseeded calls made so far: they reseed k times so that calls within the
+// same second of the clock still differ.
+std::atomic<unsigned> numUnseededCalls(0);
+
+uint32_t chooseSeed(unsigned seed)
+{
+	if(seed != 0) return seed;
+	unsigned numReseeds(numUnseededCalls.fetch_add(1));
+	uint32_t current(static_cast<uint32_t>(std::time(nullptr)));
+	for(unsigned i = 0; i < numReseeds; ++i) current = static_cast<uint32_t>(Random15(current).next());
+	return current;
+}
+} // namespace
+
+void generateRandomNumbers(size_t num, double min, double max, std::vector<double>& vRandomNumbers, unsigned seed)
+{
+	vRandomNumbers.resize(num);
+	Random15 random(chooseSeed(seed));
+	MIREL_ASSERT(min<max);
+	// (max-min)/32768: the values 0..32767 map onto [min, max)
+	double factor((max - min) * 3.0517578125e-5);
+	for(size_t i = 0; i < num; ++i) vRandomNumbers[i] = random.next() * factor + min;
+}
+
+void generateRandomPoints(size_t numRandomPoints, double min, double max, std::vector<Point2>& vRandomPoints, unsigned seed)
+{
+	MIREL_ASSERT(min<max);
+	std::vector<double> vNumbers;
+	generateRandomNumbers(2 * numRandomPoints, min, max, vNumbers, seed);
+	// First half x, second half y: not interleaved pairs
+	vRandomPoints.reserve(vRandomPoints.size() + numRandomPoints);
+	for(size_t i = 0; i < numRandomPoints; ++i) vRandomPoints.push_back(Point2(vNumbers[i], vNumbers[numRandomPoints + i], 0.0));
+}
+
+void generateRandomPoints3D(size_t numRandomPoints, double min, double max, std::vector<Point2>& vRandomPoints, unsigned seed)
+{
+	MIREL_ASSERT(min<max);
+	std::vector<double> vNumbers;
+	generateRandomNumbers(3 * numRandomPoints, min, max, vNumbers, seed);
+	vRandomPoints.reserve(vRandomPoints.size() + numRandomPoints);
+	for(size_t i = 0; i < numRandomPoints; ++i)
+	{
+		vRandomPoints.push_back(Point2(vNumbers[i], vNumbers[numRandomPoints + i], vNumbers[2 * numRandomPoints + i]));
+	}
+}
+
+void generateCircle(int numPoints, double x, double y, double z, double radiusX, double radiusY, std::vector<Point2>& vCirclePointsOut)
+{
+	if(numPoints < 1) return;
+	// The truncated 2*pi is part of the known output: keep it.
+	double step(6.28318 / numPoints);
+	vCirclePointsOut.reserve(vCirclePointsOut.size() + static_cast<size_t>(numPoints));
+	for(int i = 0; i < numPoints; ++i)
+	{
+		double angle(i * step);
+		vCirclePointsOut.push_back(Point2(std::cos(angle) * radiusX + x, std::sin(angle) * radiusY + y, z));
+	}
+}
+
+void shear(std::vector<Point2>& vPoints, double shearX, double shearY)
+{
+	for(Point2& p : vPoints)
+	{
+		double oldX(p.x()), oldY(p.y());
+		p.set(oldX + shearX * oldY, oldY + shearY * oldX, p.z(), -1);
+	}
+}
+
+void generateRandomSegments(size_t numSegments, double min, double max, double maxLen, std::vector<Segment2>& vSegmentsOut, unsigned seed)
+{
+	MIREL_ASSERT(min<max);
+	MIREL_ASSERT(maxLen>0);
+	// Per segment: source x, source y, direction and length, each in [0, 1)
+	std::vector<double> r;
+	generateRandomNumbers(4 * numSegments, 0.0, 1.0, r, seed);
+	double range(max - min);
+	auto clampToSquare = [min, max](double v) { return std::min(max, std::max(min, v)); };
+	vSegmentsOut.reserve(vSegmentsOut.size() + numSegments);
+	for(size_t i = 0; i < numSegments; ++i)
+	{
+		double srcX(min + r[i] * range);
+		double srcY(min + r[numSegments + i] * range);
+		double angle(r[2 * numSegments + i] * 2.0 * PI);
+		double length((1.0 - r[3 * numSegments + i]) * maxLen); // (0, maxLen]
+		double dx(std::cos(angle) * length), dy(std::sin(angle) * length);
+		double trgX(clampToSquare(srcX + dx)), trgY(clampToSquare(srcY + dy));
+		// Clamping can collapse a segment that starts in a corner and points
+		// outward: it then points the other way.
+		if(trgX == srcX && trgY == srcY)
+		{
+			trgX = clampToSquare(srcX - dx);
+			trgY = clampToSquare(srcY - dy);
+		}
+		vSegmentsOut.push_back(Segment2(Point2(srcX, srcY, 0.0), Point2(trgX, trgY, 0.0)));
+	}
+}
+
+void generateRandomPolygon(size_t numSegments, double min, double max, std::vector<Segment2>& vPolygonOut, unsigned seed)
+{
+	MIREL_ASSERT(min<max);
+	if(numSegments < 3) return;
+	// A star-shaped polygon around the centre of the square: vertex i lies at a
+	// jittered angle in the i-th of numSegments equal sectors. The angles
+	// increase strictly and consecutive ones differ by less than 1.45*2*pi/n,
+	// below pi for every n >= 3, so each edge keeps the centre strictly on
+	// its left and no two edges can cross.
+	std::vector<double> r;
+	generateRandomNumbers(2 * numSegments, 0.0, 1.0, r, seed);
+	double centre(0.5 * (min + max));
+	double maxRadius(0.5 * (max - min));
+	double sector(2.0 * PI / static_cast<double>(numSegments));
+	std::vector<Point2> vCorners;
+	vCorners.reserve(numSegments);
+	for(size_t i = 0; i < numSegments; ++i)
+	{
+		double angle((static_cast<double>(i) + 0.45 * r[i]) * sector);
+		double radius((0.2 + 0.8 * r[numSegments + i]) * maxRadius);
+		vCorners.push_back(Point2(centre + std::cos(angle) * radius, centre + std::sin(angle) * radius, 0.0));
+	}
+	vPolygonOut.reserve(vPolygonOut.size() + numSegments);
+	for(size_t i = 0; i < numSegments; ++i) vPolygonOut.push_back(Segment2(vCorners[i], vCorners[(i + 1) % numSegments]));
+}
+
+void generateRandomSurfacePoints(size_t numX, size_t numY, size_t numCenters, double xmin, double ymin, double zmin, double xmax, double ymax, double zmax,
+	std::vector<Point2>& vSurfacePointsOut, unsigned seed)
+{
+	MIREL_ASSERT(xmin<xmax);
+	MIREL_ASSERT(ymin<ymax);
+	MIREL_ASSERT(zmin<zmax);
+	double rangeX(xmax - xmin), rangeY(ymax - ymin);
+	std::vector<double> vCentreCoords, vWeights;
+	generateRandomNumbers(2 * numCenters, 0.0, 1.0, vCentreCoords, seed);
+	generateRandomNumbers(numCenters, 0.01, 1.0, vWeights, seed != 0 ? seed + 1 : 0);
+
+	// Gaussian bumps whose width is a quarter of the larger side: smooth hills
+	// that overlap, whatever the grid resolution.
+	double sigma(0.25 * std::max(rangeX, rangeY));
+	double twoSigmaSq(2.0 * sigma * sigma);
+	auto heightAt = [&](double x, double y) {
+		double h(0.0);
+		for(size_t c = 0; c < numCenters; ++c)
+		{
+			double dx(x - (xmin + vCentreCoords[c] * rangeX));
+			double dy(y - (ymin + vCentreCoords[numCenters + c] * rangeY));
+			h += vWeights[c] * std::exp(-(dx * dx + dy * dy) / twoSigmaSq);
+		}
+		return h;
+	};
+	// The last grid line lies exactly on the upper bound.
+	auto gridCoord = [](size_t i, size_t n, double lo, double hi) {
+		if(n < 2) return lo;
+		if(i + 1 == n) return hi;
+		return lo + (hi - lo) * static_cast<double>(i) / static_cast<double>(n - 1);
+	};
+
+	size_t firstNew(vSurfacePointsOut.size());
+	vSurfacePointsOut.reserve(firstNew + numX * numY);
+	double hMin(std::numeric_limits<double>::max()), hMax(-std::numeric_limits<double>::max());
+	for(size_t iy = 0; iy < numY; ++iy)
+	{
+		double y(gridCoord(iy, numY, ymin, ymax));
+		for(size_t ix = 0; ix < numX; ++ix)
+		{
+			double x(gridCoord(ix, numX, xmin, xmax));
+			double h(heightAt(x, y));
+			hMin = std::min(hMin, h);
+			hMax = std::max(hMax, h);
+			vSurfacePointsOut.push_back(Point2(x, y, h));
+		}
+	}
+	// Scale into [zmin, zmax]; a flat field (no centres, a single point) lies at zmin.
+	double hRange(hMax - hMin);
+	for(size_t i = firstNew; i < vSurfacePointsOut.size(); ++i)
+	{
+		Point2& p(vSurfacePointsOut[i]);
+		double t(hRange > 0.0 ? (p.z() - hMin) / hRange : 0.0);
+		p.setZ(t < 1.0 ? zmin + t * (zmax - zmin) : zmax);
+	}
+}
+
+void generateSineSegments(int numSegments, int numPeriods, double xOffset, double yOffset, double xFactor, double yFactor, bool bSwapXY,
+	std::vector<Segment2>& vSineSegmentsOut)
+{
+	if(numSegments < 1) return;
+	double step(2.0 * numPeriods * PI / numSegments);
+	auto vertex = [&](int i) {
+		double angle(i * step);
+		double x(xOffset + xFactor * angle);
+		double y(yOffset + yFactor * std::sin(angle));
+		return bSwapXY ? Point2(y, x, 0.0) : Point2(x, y, 0.0);
+	};
+	vSineSegmentsOut.reserve(vSineSegmentsOut.size() + static_cast<size_t>(numSegments));
+	Point2 previous(vertex(0));
+	for(int i = 1; i <= numSegments; ++i)
+	{
+		Point2 current(vertex(i));
+		vSineSegmentsOut.push_back(Segment2(previous, current));
+		previous = current;
+	}
 }
 
 } // namespace MIREL25D

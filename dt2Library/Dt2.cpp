@@ -1,0 +1,1235 @@
+#include "Dt2.h"
+#include "tools.h"
+#include "Circle2.h"
+#include "Visualizer2.h"
+#include <chrono>
+#include <cmath>
+#include <cstdlib>
+#include <iomanip>
+#include <iostream>
+#include <set>
+#include <sstream>
+#include <thread>
+
+namespace MIREL25D {
+
+Dt2::Dt2(unsigned numExpectedVertices)
+	: bbx(&geomTest), vertexVault(&geomTest, &hilbertGrid), numAllT(0), numDeadT(0), bFastMode(false), bConstraintsExist(false), numCPU(1),
+	  progress(mListeners)
+{
+	size_t n(numExpectedVertices < 3 ? 3 : numExpectedVertices);
+	vertexPool.init(n);
+	trianglePool.init(2 * n + 10);
+	vFlipStack.reserve(64);
+}
+
+Dt2::~Dt2() {}
+
+// ======================================================================
+// Entry points
+// ======================================================================
+
+Point2* Dt2::insert(const Point2& p)
+{
+	growBox([&]() { return bbx.add(p); });
+	Point2* pVtx(nullptr);
+	if(vertexVault.isFullDimensional())
+	{
+		pVtx = newVertex();
+		pVtx->set(p);
+		uint32_t key(hilbertGrid.getKey(p.x(), p.y()));
+		vertexVault.addOne(pVtx, key);
+		insertVertex(pVtx, vertexVault.getCloseTriangle(key));
+		if(!vertexVault.dupIsClean()) return vertexVault.treatOneDupGetHandle(pVtx);
+		return pVtx;
+	}
+	Point2* pExisting(vertexVault.findActiveVertexAt(p));
+	if(pExisting != nullptr) return pExisting;
+	pVtx = newVertex();
+	pVtx->set(p);
+	vertexVault.addOne(pVtx, hilbertGrid.getKey(p.x(), p.y()));
+	createFullDimTriangle();
+	return pVtx;
+}
+
+void Dt2::insert(int n, double* coords, Point2** handles)
+{
+	MIREL_ASSERT(vertexVault.dupIsClean());
+	if(n == 0) return;
+	if(n < 0 || coords == nullptr)
+	{
+		sendWarning("Dt2::insert(..)", "no coordinates or a negative number of points, nothing inserted");
+		return;
+	}
+	size_t numPoints(static_cast<size_t>(n));
+	progress.start("insert", 1.1 * double(numPoints));
+	growBox([&]() { return bbx.add(numPoints, coords); });
+	insertBatch(
+		numPoints,
+		[coords](size_t i, double& x, double& y) {
+			x = coords[3 * i];
+			y = coords[3 * i + 1];
+		},
+		[coords](size_t i, Point2* pVtx) { pVtx->set(coords[3 * i], coords[3 * i + 1], coords[3 * i + 2], -1); }, handles);
+}
+
+void Dt2::insertVector(const std::vector<Point2>& vPoints, std::vector<Point2*>& vHandles)
+{
+	MIREL_ASSERT(vertexVault.dupIsClean());
+	vHandles.assign(vPoints.size(), nullptr);
+	if(vPoints.empty()) return;
+	progress.start("insert", 1.1 * double(vPoints.size()));
+	growBox([&]() {
+		bool bChanged(false);
+		for(const Point2& p : vPoints) bChanged = bbx.add(p) || bChanged;
+		return bChanged;
+	});
+	insertBatch(
+		vPoints.size(), [&vPoints](size_t i, double& x, double& y) { vPoints[i].xy(x, y); }, [&vPoints](size_t i, Point2* pVtx) { pVtx->set(vPoints[i]); },
+		&vHandles[0]);
+}
+
+void Dt2::insertVector(const std::vector<Point2>& vPoints)
+{
+	MIREL_ASSERT(vertexVault.dupIsClean());
+	if(vPoints.empty()) return;
+	progress.start("insert", 1.1 * double(vPoints.size()));
+	growBox([&]() {
+		bool bChanged(false);
+		for(const Point2& p : vPoints) bChanged = bbx.add(p) || bChanged;
+		return bChanged;
+	});
+	insertBatch(
+		vPoints.size(), [&vPoints](size_t i, double& x, double& y) { vPoints[i].xy(x, y); }, [&vPoints](size_t i, Point2* pVtx) { pVtx->set(vPoints[i]); },
+		nullptr);
+}
+
+double Dt2::measureTriangulationTime(std::vector<Point2>& vPoints)
+{
+	auto start(std::chrono::steady_clock::now());
+	insertVector(vPoints);
+	std::chrono::duration<double> elapsed(std::chrono::steady_clock::now() - start);
+	return elapsed.count();
+}
+
+void Dt2::getFreshTriangles(size_t n, std::vector<Triangle2*>& vFreshTriangles)
+{
+	MIREL_ASSERT(vFreshTriangles.empty());
+	vFreshTriangles.reserve(n);
+	for(size_t i = 0; i < n; ++i) vFreshTriangles.push_back(newTriangle());
+}
+
+size_t Dt2::numberOfTriangles() const
+{
+	MIREL_ASSERT(numDeadT<=numAllT);
+	return numAllT - numDeadT;
+}
+
+Bbox2 Dt2::computeBoundingBox() const
+{
+	Bbox2 box;
+	for(size_t i = 0; i < vertexVault.size(); ++i)
+	{
+		const IdxVtxAct* pRec(vertexVault.getRecord(i));
+		if(pRec->active) box.add(*pRec->pVtx);
+	}
+	return box;
+}
+
+int Dt2::setNumCPU(int numCPU_)
+{
+	if(numCPU_ > 0) numCPU = numCPU_;
+	else if(numCPU_ < 0) numCPU = 1;
+	else
+	{
+		unsigned numHardwareThreads(std::thread::hardware_concurrency());
+		numCPU = numHardwareThreads < 1 ? 1 : static_cast<int>(numHardwareThreads);
+	}
+	return numCPU;
+}
+
+void Dt2::subscribe(MsgType msgType, MsgBase* pListener)
+{
+	auto range(mListeners.equal_range(msgType));
+	for(auto it = range.first; it != range.second; ++it)
+	{
+		if(it->second == pListener) return;
+	}
+	mListeners.insert(std::make_pair(msgType, pListener));
+}
+
+void Dt2::unsubscribe(MsgType msgType, MsgBase* pListener)
+{
+	auto range(mListeners.equal_range(msgType));
+	for(auto it = range.first; it != range.second; ++it)
+	{
+		if(it->second == pListener)
+		{
+			mListeners.erase(it);
+			return;
+		}
+	}
+}
+
+// ======================================================================
+// Batch insertion
+// ======================================================================
+
+template<class AddFunc>
+void Dt2::growBox(AddFunc addPoints)
+{
+	if(!addPoints()) return;
+	bbx.doubleTheBox();
+	hilbertGrid.setup(bbx.get_minX(), bbx.get_minY(), bbx.get_maxX(), bbx.get_maxY());
+	vertexVault.rekey();
+}
+
+template<class XYFunc, class FillFunc>
+void Dt2::insertBatch(size_t n, XYFunc getXY, FillFunc fillVertex, Point2** handles)
+{
+	{
+		// The vertices are made in key order: points that are close on the curve
+		// are then close in memory, which keeps the walk and the flips in cache.
+		std::vector<uint64_t> vPairs(2 * n);
+		for(size_t i = 0; i < n; ++i)
+		{
+			double x(0.0), y(0.0);
+			getXY(i, x, y);
+			vPairs[i] = (uint64_t(hilbertGrid.getKey(x, y)) << 32) | uint64_t(i);
+		}
+		VertexVault::sortKeyIndexPairs(&vPairs[0], &vPairs[n], n);
+		vertexVault.reserveBatch(n);
+		for(size_t k = 0; k < n; ++k)
+		{
+			size_t i(vPairs[k] & 0xffffffffu);
+			Point2* pVtx(newVertex());
+			fillVertex(i, pVtx);
+			if(handles != nullptr) handles[i] = pVtx;
+			vertexVault.appendSorted(pVtx, uint32_t(vPairs[k] >> 32));
+		}
+	}
+	progress.advance(0.1 * double(n));
+
+	if(vertexVault.isFullDimensional())
+	{
+		// The batch is sorted at the end of the store; start triangles for the
+		// walk come from the older, merged part until the batch is merged too.
+		IdxVtxAct** first(vertexVault.getRecords() + vertexVault.getNumSorted());
+		IdxVtxAct** last(vertexVault.getRecords() + vertexVault.size());
+		Triangle2* pStartT(vertexVault.getCloseTriangle((*first)->key));
+		MIREL_ASSERT(pStartT!=0);
+		triangulateRec(first, last, pStartT);
+		vertexVault.mergeBatch();
+	}
+	else
+	{
+		vertexVault.mergeBatch();
+		createFullDimTriangle();
+		if(!vertexVault.isFullDimensional()) triangulateCoplanarOrDuplicate();
+	}
+	vertexVault.treatDupsAndHandles(handles, n);
+	progress.finish();
+}
+
+// Middle-first recursion over a key-sorted range: the middle vertex first, then
+// the left half from the triangle it returned, then the right half from the
+// middle vertex's triangle. Successive insertions stay close, so walks are short.
+// The middle is moved back to the start of its run of equal keys: points at the
+// same place share their key, so the first of them in input order is always
+// inserted first and stays while the later ones become its duplicates.
+void Dt2::triangulateRec(IdxVtxAct** first, IdxVtxAct** last, Triangle2* pStartT)
+{
+	while(last - first >= 16)
+	{
+		IdxVtxAct** mid(first + (last - first) / 2);
+		uint32_t midKey((*mid)->key);
+		while(mid > first && (*(mid - 1))->key == midKey) --mid;
+		if(mid == first)
+		{
+			// The whole left half shares one key: take its run in order.
+			IdxVtxAct** runEnd(first + (last - first) / 2 + 1);
+			while(runEnd < last && (*runEnd)->key == midKey) ++runEnd;
+			pStartT = insertSequentially(first, runEnd, pStartT);
+			first = runEnd;
+			continue;
+		}
+		Triangle2* pLeftStartT(insertRecord(*mid, pStartT));
+		triangulateRec(first, mid, pLeftStartT);
+		// A duplicate or inactive middle has no triangle of its own; the triangle
+		// where it was handled is still alive (insertion releases none) and near.
+		pStartT = (*mid)->active ? (*mid)->pVtx->getIncidentTriangle() : nullptr;
+		if(pStartT == nullptr) pStartT = pLeftStartT;
+		MIREL_ASSERT(pStartT!=0);
+		first = mid + 1;
+	}
+	insertSequentially(first, last, pStartT);
+}
+
+Triangle2* Dt2::insertSequentially(IdxVtxAct** first, IdxVtxAct** last, Triangle2* pStartT)
+{
+	for(; first != last; ++first) pStartT = insertRecord(*first, pStartT);
+	return pStartT;
+}
+
+// The first triangle: three non-collinear points near each other on the curve,
+// then every other stored vertex by the recursive insertion from it.
+void Dt2::createFullDimTriangle()
+{
+	Point2 *a(nullptr), *b(nullptr), *c(nullptr);
+	size_t idxA(0);
+	if(!vertexVault.getThreeInitialPoints(a, b, c, &idxA)) return;
+	Orientation2 ori(geomTest.getOrientation2(a, b, c));
+	MIREL_ASSERT(ori!=ORIENTATION2_COLLINEAR);
+	if(ori == ORIENTATION2_CW) std::swap(b, c);
+	Triangle2* pT(newTriangle());
+	pT->setProperties(a, b, c);
+	vertexVault.setFullDimensional();
+
+	IdxVtxAct** records(vertexVault.getRecords());
+	triangulateRec(records, records + idxA, pT);
+	triangulateRec(records + idxA + 1, records + vertexVault.size(), a->getIncidentTriangle());
+}
+
+// No triangle exists (all points collinear or identical): duplicates are found
+// by comparing places instead of by point location.
+void Dt2::triangulateCoplanarOrDuplicate()
+{
+	MIREL_ASSERT(!vertexVault.isFullDimensional());
+	vertexVault.registerDupsAmongActive();
+}
+
+// ======================================================================
+// Inserting one vertex
+// ======================================================================
+
+Triangle2* Dt2::insertVertex(Point2* v, Triangle2* pStartT)
+{
+	progress.step();
+	Triangle2* pT(pStartT);
+	int e(-1);
+	int r(locateConflictTriangle(v, pT, e));
+	if(r >= 0 && r <= 2) return insertVertexCH(v, pT, r);
+	if(r == 4)
+	{
+		for(int i = 0; i < 3; ++i)
+		{
+			if(*pT->getCorner(i) == *v)
+			{
+				vertexVault.registerDup(v, pT->getCorner(i));
+				break;
+			}
+		}
+		return pT;
+	}
+	if(e == -1) split13(v, pT);
+	else initVCheckT24(v, pT, e);
+	return legalize();
+}
+
+int Dt2::locateConflictTriangle(const Point2* v, Triangle2*& t, int& e)
+{
+	MIREL_ASSERT(t!=0);
+	size_t numSteps(0);
+	for(;;) // one pass per walk; the hull-line case may start another
+	{
+		int aOrder[3] = {0, 1, 2};
+		int numEdges(3);
+		e = -1;
+		int hullLineEdge(-1);
+		bool bStepped(true);
+		while(bStepped)
+		{
+			bStepped = false;
+			for(int k = 0; k < numEdges; ++k)
+			{
+				int i(aOrder[k]);
+				Orientation2 ori(geomTest.getOrientation2(t, i, v));
+				if(ori == ORIENTATION2_CCW) continue;
+				if(ori == ORIENTATION2_COLLINEAR)
+				{
+					if(*t->getCorner(0) == *v || *t->getCorner(1) == *v || *t->getCorner(2) == *v) return 4;
+					e = i;
+					if(t->getOppositeTriangle(i) == nullptr)
+					{
+						hullLineEdge = i;
+						break;
+					}
+					continue;
+				}
+				// v is beyond edge i: step across it.
+				e = -1;
+				Triangle2* pNext(t->getOppositeTriangle(i));
+				if(pNext == nullptr) return i;
+				int j(pNext->getIntraTriangleIndex(t));
+				t = pNext;
+				++numSteps;
+				if(numSteps > 1000)
+				{
+					// Degenerate walks can cycle; a random start edge breaks the cycle.
+					int s(std::rand() % 3);
+					aOrder[0] = s;
+					aOrder[1] = nextIndex(s);
+					aOrder[2] = prevIndex(s);
+					numEdges = 3;
+				}
+				else
+				{
+					// Alternate the order of the two remaining edges so the walk cannot circle.
+					bool bCrossedFirst(k != 1);
+					aOrder[0] = bCrossedFirst ? nextIndex(j) : prevIndex(j);
+					aOrder[1] = bCrossedFirst ? prevIndex(j) : nextIndex(j);
+					numEdges = 2;
+				}
+				bStepped = true;
+				break;
+			}
+		}
+		if(hullLineEdge < 0) return -1;
+
+		// v lies on the line of hull edge i, not on a corner: it is either on the
+		// edge (inserted through it from outside) or beyond one of its ends.
+		int i(hullLineEdge);
+		int i1(nextIndex(i)), i2(prevIndex(i));
+		int crossed(-1);
+		if(geomTest.getOrientation2(t, i1, v) == ORIENTATION2_CW) crossed = i1;
+		else if(geomTest.getOrientation2(t, i2, v) == ORIENTATION2_CW) crossed = i2;
+		if(crossed < 0) return i;
+		Triangle2* pNext(t->getOppositeTriangle(crossed));
+		if(pNext == nullptr) return crossed;
+		t = pNext;
+		++numSteps;
+	}
+}
+
+// t = (c0, c1, c2) becomes (v, c0, c1); two new triangles (v, c1, c2) and
+// (v, c2, c0). Each keeps one old outer edge as its edge 0.
+void Dt2::split13(Point2* v, Triangle2* t)
+{
+	Point2* c0(t->getCorner(0));
+	Point2* c1(t->getCorner(1));
+	Point2* c2(t->getCorner(2));
+	Triangle2* t0(t->getOppositeTriangle(0));
+	Triangle2* t1(t->getOppositeTriangle(1));
+	Triangle2* t2(t->getOppositeTriangle(2));
+	Triangle2* pA(newTriangle());
+	Triangle2* pB(newTriangle());
+
+	t->setVertexPointer(0, v);
+	t->setVertexPointer(1, c0);
+	t->setVertexPointer(2, c1);
+	t->setOppTriangle(0, t2);
+	t->setOppTriangle(1, pA);
+	t->setOppTriangle(2, pB);
+
+	pA->setVertexPointer(0, v);
+	pA->setVertexPointer(1, c1);
+	pA->setVertexPointer(2, c2);
+	pA->setOppTriangle(0, t0);
+	pA->setOppTriangle(1, pB);
+	pA->setOppTriangle(2, t);
+
+	pB->setVertexPointer(0, v);
+	pB->setVertexPointer(1, c2);
+	pB->setVertexPointer(2, c0);
+	pB->setOppTriangle(0, t1);
+	pB->setOppTriangle(1, t);
+	pB->setOppTriangle(2, pA);
+
+	if(t0 != nullptr) t0->setOppTriangle(t0->getIntraTriangleIndex(t), pA);
+	if(t1 != nullptr) t1->setOppTriangle(t1->getIntraTriangleIndex(t), pB);
+	v->setIncidentTriangle(t);
+	c2->setIncidentTriangle(pA);
+
+	vFlipStack.push_back(t);
+	vFlipStack.push_back(pA);
+	vFlipStack.push_back(pB);
+}
+
+// v in the interior of edge e of t. With u the neighbour across e and d its far
+// corner, the ring around v is c(e), c(e+1), d, c(e+2); four triangles
+// (v, ring[k], ring[k+1]) each keep an old outer edge as edge 0. t and u are reused.
+void Dt2::initVCheckT24(Point2* v, Triangle2* t, int e)
+{
+	Triangle2* u(t->getOppositeTriangle(e));
+	MIREL_ASSERT(u!=0);
+	int e1(nextIndex(e)), e2(prevIndex(e));
+	Point2* ce(t->getCorner(e));
+	Point2* ce1(t->getCorner(e1));
+	Point2* ce2(t->getCorner(e2));
+	int j(u->getIntraTriangleIndex(t));
+	Point2* d(u->getCorner(j));
+	Triangle2* pOutT1(t->getOppositeTriangle(e1)); // edge ce2 -> ce
+	Triangle2* pOutT2(t->getOppositeTriangle(e2)); // edge ce -> ce1
+	Triangle2* pOutU1(u->getOppositeTriangle(nextIndex(j))); // edge ce1 -> d
+	Triangle2* pOutU2(u->getOppositeTriangle(prevIndex(j))); // edge d -> ce2
+
+	Triangle2* pT2(t); // (v, ce, ce1)
+	Triangle2* pT3(u); // (v, ce1, d)
+	Triangle2* pT4(newTriangle()); // (v, d, ce2)
+	Triangle2* pT1(newTriangle()); // (v, ce2, ce)
+
+	pT2->setVertexPointer(0, v);
+	pT2->setVertexPointer(1, ce);
+	pT2->setVertexPointer(2, ce1);
+	pT2->setOppTriangle(0, pOutT2);
+	pT2->setOppTriangle(1, pT3);
+	pT2->setOppTriangle(2, pT1);
+
+	pT3->setVertexPointer(0, v);
+	pT3->setVertexPointer(1, ce1);
+	pT3->setVertexPointer(2, d);
+	pT3->setOppTriangle(0, pOutU1);
+	pT3->setOppTriangle(1, pT4);
+	pT3->setOppTriangle(2, pT2);
+
+	pT4->setVertexPointer(0, v);
+	pT4->setVertexPointer(1, d);
+	pT4->setVertexPointer(2, ce2);
+	pT4->setOppTriangle(0, pOutU2);
+	pT4->setOppTriangle(1, pT1);
+	pT4->setOppTriangle(2, pT3);
+
+	pT1->setVertexPointer(0, v);
+	pT1->setVertexPointer(1, ce2);
+	pT1->setVertexPointer(2, ce);
+	pT1->setOppTriangle(0, pOutT1);
+	pT1->setOppTriangle(1, pT2);
+	pT1->setOppTriangle(2, pT4);
+
+	if(pOutT1 != nullptr) pOutT1->setOppTriangle(pOutT1->getIntraTriangleIndex(t), pT1);
+	if(pOutU2 != nullptr) pOutU2->setOppTriangle(pOutU2->getIntraTriangleIndex(u), pT4);
+	v->setIncidentTriangle(pT2);
+	ce->setIncidentTriangle(pT2);
+	ce1->setIncidentTriangle(pT2);
+	d->setIncidentTriangle(pT3);
+	ce2->setIncidentTriangle(pT1);
+
+	vFlipStack.push_back(pT2);
+	vFlipStack.push_back(pT3);
+	vFlipStack.push_back(pT4);
+	vFlipStack.push_back(pT1);
+}
+
+// v lies beyond hull edge ith of pT. The hull edges visible from v (v strictly
+// to their right) form one chain around edge ith; each gets a triangle
+// (v, edge target, edge source) whose edge 0 is the old hull edge.
+Triangle2* Dt2::insertVertexCH(Point2* v, Triangle2* pT, int ith)
+{
+	vVisibleHullEdgesBack.clear();
+	vVisibleHullEdges.clear();
+
+	// Backwards: the hull edge that ends at the source of the current one.
+	Point2* pSrc(pT->getCorner(nextIndex(ith)));
+	Triangle2* pX(pT);
+	for(;;)
+	{
+		int m(pX->getIntraTriangleIndex(pSrc));
+		while(pX->getOppositeTriangle(nextIndex(m)) != nullptr)
+		{
+			pX = pX->getOppositeTriangle(nextIndex(m));
+			m = pX->getIntraTriangleIndex(pSrc);
+		}
+		int k(nextIndex(m));
+		if(geomTest.getOrientation2(pX, k, v) != ORIENTATION2_CW) break;
+		vVisibleHullEdgesBack.push_back(std::make_pair(pX, k));
+		pSrc = pX->getCorner(nextIndex(k));
+	}
+	for(size_t i = vVisibleHullEdgesBack.size(); i > 0; --i) vVisibleHullEdges.push_back(vVisibleHullEdgesBack[i - 1]);
+	vVisibleHullEdges.push_back(std::make_pair(pT, ith));
+	// Forwards: the hull edge that starts at the target of the current one.
+	Point2* pTrg(pT->getCorner(prevIndex(ith)));
+	pX = pT;
+	for(;;)
+	{
+		int m(pX->getIntraTriangleIndex(pTrg));
+		while(pX->getOppositeTriangle(prevIndex(m)) != nullptr)
+		{
+			pX = pX->getOppositeTriangle(prevIndex(m));
+			m = pX->getIntraTriangleIndex(pTrg);
+		}
+		int k(prevIndex(m));
+		if(geomTest.getOrientation2(pX, k, v) != ORIENTATION2_CW) break;
+		vVisibleHullEdges.push_back(std::make_pair(pX, k));
+		pTrg = pX->getCorner(prevIndex(k));
+	}
+
+	// A point on the hull edge itself sees it only degenerately: the triangle on
+	// that edge is flat and must give way to a flip at once.
+	bool bOnStartEdge(geomTest.getOrientation2(pT, ith, v) != ORIENTATION2_CW);
+	Triangle2* pPrevT(nullptr);
+	Triangle2* pStartEdgeT(nullptr);
+	for(const std::pair<Triangle2*, int>& edge : vVisibleHullEdges)
+	{
+		Triangle2* pInner(edge.first);
+		int k(edge.second);
+		Triangle2* pNewT(newTriangle());
+		pNewT->setProperties(v, pInner->getCorner(prevIndex(k)), pInner->getCorner(nextIndex(k)));
+		pNewT->setOppTriangle(0, pInner);
+		pInner->setOppTriangle(k, pNewT);
+		if(pPrevT != nullptr)
+		{
+			pPrevT->setOppTriangle(2, pNewT);
+			pNewT->setOppTriangle(1, pPrevT);
+		}
+		if(pInner == pT && k == ith) pStartEdgeT = pNewT;
+		vFlipStack.push_back(pNewT);
+		pPrevT = pNewT;
+	}
+	if(bOnStartEdge && !bConstraintsExist)
+	{
+		Triangle2* pInner(pStartEdgeT->getOppositeTriangle(0));
+		flipEdge(pStartEdgeT, 0);
+		vFlipStack.push_back(pInner);
+	}
+	return legalize();
+}
+
+// ======================================================================
+// Legalisation
+// ======================================================================
+
+// Fast mode trusts the double determinant only where it clears the error bound;
+// an uncertain case counts as outside, so cocircular points never flip either way.
+bool Dt2::isInCircleForFlip(const Point2* v, const Triangle2* pT)
+{
+	if(!bFastMode) return geomTest.circleInc3state(pT, v) == CINC2_INCIRCLE;
+	const Point2* a(pT->getCorner(0));
+	const Point2* b(pT->getCorner(1));
+	const Point2* c(pT->getCorner(2));
+	double qaX(a->x() - v->x()), qaY(a->y() - v->y());
+	double qbX(b->x() - v->x()), qbY(b->y() - v->y());
+	double qcX(c->x() - v->x()), qcY(c->y() - v->y());
+	double la(qaX * qaX + qaY * qaY), lb(qbX * qbX + qbY * qbY), lc(qcX * qcX + qcY * qcY);
+	double p0(qcX * qaY), p1(qcY * qaX), p2(qcY * qbX), p3(qcX * qbY), p4(qbY * qaX), p5(qbX * qaY);
+	double det((p0 - p1) * lb + (p2 - p3) * la + (p4 - p5) * lc);
+	double bound(((std::fabs(p1) + std::fabs(p0)) * lb + (std::fabs(p3) + std::fabs(p2)) * la + (std::fabs(p5) + std::fabs(p4)) * lc) * 3.33e-15);
+	return det > bound;
+}
+
+Triangle2* Dt2::legalize()
+{
+	Triangle2* pLastT(nullptr);
+	while(!vFlipStack.empty())
+	{
+		Triangle2* a(vFlipStack.back());
+		Triangle2* b(a->getOppositeTriangle(0));
+		// Constraint edges must stay; none exists while the flag is unset.
+		if(b != nullptr && !bConstraintsExist && isInCircleForFlip(a->getCorner(0), b))
+		{
+			flipEdge(a, 0);
+			vFlipStack.push_back(b);
+		}
+		else
+		{
+			pLastT = a;
+			vFlipStack.pop_back();
+		}
+	}
+	return pLastT;
+}
+
+/*
+ * Flip of edge i of a = (ci, ci+1, ci+2) with b across it, d the far corner of b:
+ *
+ *            ci+2                     ci+2
+ *            /|\                      /  \
+ *           / | \                    / b  \
+ *         ci  |  d     ==>        ci ------ d
+ *           \ | /                    \ a  /
+ *            \|/                      \  /
+ *            ci+1                     ci+1
+ *
+ * a becomes (ci, ci+1, d), b becomes (ci, d, ci+2); ci stays corner 0 of both
+ * when i is 0, so the inserted vertex keeps its place during legalisation.
+ */
+void Dt2::flipEdge(Triangle2* a, int i)
+{
+	Triangle2* b(a->getOppositeTriangle(i));
+	int i1(nextIndex(i)), i2(prevIndex(i));
+	Point2* ci(a->getCorner(i));
+	Point2* ci1(a->getCorner(i1));
+	Point2* ci2(a->getCorner(i2));
+	int j(b->getIntraTriangleIndex(a));
+	Point2* d(b->getCorner(j));
+	Triangle2* pBFollow(b->getOppositeTriangle(nextIndex(j))); // across ci+1 -> d
+	Triangle2* pBPrec(b->getOppositeTriangle(prevIndex(j))); // across d -> ci+2
+	Triangle2* pAOpp1(a->getOppositeTriangle(i1)); // across ci+2 -> ci
+	Triangle2* pAOpp2(a->getOppositeTriangle(i2)); // across ci -> ci+1
+
+	a->setVertexPointer(0, ci);
+	a->setVertexPointer(1, ci1);
+	a->setVertexPointer(2, d);
+	a->setOppTriangle(0, pBFollow);
+	a->setOppTriangle(1, b);
+	a->setOppTriangle(2, pAOpp2);
+
+	b->setVertexPointer(0, ci);
+	b->setVertexPointer(1, d);
+	b->setVertexPointer(2, ci2);
+	b->setOppTriangle(0, pBPrec);
+	b->setOppTriangle(1, pAOpp1);
+	b->setOppTriangle(2, a);
+
+	if(pBFollow != nullptr) pBFollow->setOppTriangle(pBFollow->getIntraTriangleIndex(b), a);
+	if(pAOpp1 != nullptr) pAOpp1->setOppTriangle(pAOpp1->getIntraTriangleIndex(a), b);
+	ci1->setIncidentTriangle(a);
+	ci2->setIncidentTriangle(b);
+}
+
+
+// ======================================================================
+// Queries
+// ======================================================================
+
+Triangle2* Dt2::locate(const Point2& p)
+{
+	if(!vertexVault.isFullDimensional()) return nullptr;
+	// A far query point needs the exact stages' range widened first.
+	if(p.getMaxAbs() > geomTest.getMaxCoord()) geomTest.setStaticBound_MT(p.getMaxAbs());
+	Triangle2* pT(vertexVault.getCloseTriangle(hilbertGrid.getKey(p.x(), p.y())));
+	MIREL_ASSERT(pT!=0);
+	int e(-1);
+	int r(locateConflictTriangle(&p, pT, e));
+	if(r < 0 || r > 2) return pT;
+	// The walk ends beyond hull edge r: on that edge p still belongs to pT.
+	if(geomTest.getOrientation2(pT, r, &p) == ORIENTATION2_CW) return nullptr;
+	return pT;
+}
+
+Triangle2* Dt2::getAdjacentTriangle(Point2* p0, Point2* p1) const
+{
+	MIREL_ASSERT(p0!=0);
+	MIREL_ASSERT(p1!=0);
+	MIREL_ASSERT(p0!=p1);
+	if(p0->getIncidentTriangle() == nullptr) return nullptr;
+	TriangleAroundVertexIterator it(p0);
+	Triangle2* pStartT(*it);
+	do
+	{
+		Triangle2* pT(*it);
+		if(pT != nullptr && pT->getCorner(nextIndex(pT->getIntraTriangleIndex(p0))) == p1) return pT;
+		++it;
+	} while(*it != pStartT);
+	return nullptr;
+}
+
+void Dt2::getIncidentTriangles(Point2* v, std::vector<Triangle2*>& vIncidentT) const
+{
+	MIREL_ASSERT(v!=0);
+	Triangle2* pStartT(v->getIncidentTriangle());
+	MIREL_ASSERT(pStartT!=0);
+	TriangleAroundVertexIterator it(v, pStartT);
+	do
+	{
+		if(*it != nullptr) vIncidentT.push_back(*it);
+		++it;
+	} while(*it != pStartT);
+}
+
+// The corner following v in each triangle; at the border the fan is open and
+// the corner preceding v in its counterclockwise-most triangle is added too.
+void Dt2::getIncidentVertices(Point2* v, std::vector<Point2*>& vIncidentVtx) const
+{
+	MIREL_ASSERT(v!=0);
+	Triangle2* pStartT(v->getIncidentTriangle());
+	MIREL_ASSERT(pStartT!=0);
+	TriangleAroundVertexIterator it(v, pStartT);
+	Triangle2* pPrevT(nullptr);
+	do
+	{
+		Triangle2* pT(*it);
+		if(pT != nullptr) vIncidentVtx.push_back(pT->getCorner(nextIndex(pT->getIntraTriangleIndex(v))));
+		else vIncidentVtx.push_back(pPrevT->getCorner(prevIndex(pPrevT->getIntraTriangleIndex(v))));
+		pPrevT = pT;
+		++it;
+	} while(*it != pStartT);
+	// The fan ended just before the start: its last corner is still missing.
+	if(pPrevT != nullptr && pPrevT->getOppositeTriangle(nextIndex(pPrevT->getIntraTriangleIndex(v))) == nullptr)
+	{
+		vIncidentVtx.push_back(pPrevT->getCorner(prevIndex(pPrevT->getIntraTriangleIndex(v))));
+	}
+}
+
+void Dt2::getConvexHull(bool bAllVertices, std::vector<Point2*>& vHullVtx)
+{
+	if(!vertexVault.isFullDimensional())
+	{
+		sendWarning("Dt2::getConvexHull()", "the triangulation has no area yet");
+		return;
+	}
+	// The lexicographically smallest vertex is a strict corner of the hull.
+	Point2* pStartVtx(nullptr);
+	for(size_t i = 0; i < vertexVault.size(); ++i)
+	{
+		const IdxVtxAct* pRec(vertexVault.getRecord(i));
+		if(pRec->active && (pStartVtx == nullptr || *pRec->pVtx < *pStartVtx)) pStartVtx = pRec->pVtx;
+	}
+	MIREL_ASSERT(pStartVtx!=0);
+
+	// The hull edge leaving a hull vertex: rotate clockwise to the end of its fan.
+	auto hullEdgeFrom = [](Point2* pVtx, Triangle2*& pT) {
+		pT = pVtx->getIncidentTriangle();
+		int m(pT->getIntraTriangleIndex(pVtx));
+		while(pT->getOppositeTriangle(prevIndex(m)) != nullptr)
+		{
+			pT = pT->getOppositeTriangle(prevIndex(m));
+			m = pT->getIntraTriangleIndex(pVtx);
+		}
+		return prevIndex(m); // from corner m to corner next(m)
+	};
+	std::vector<Point2*> vConvexHullPoints;
+	Point2* pVtx(pStartVtx);
+	do
+	{
+		vConvexHullPoints.push_back(pVtx);
+		Triangle2* pT(nullptr);
+		int k(hullEdgeFrom(pVtx, pT));
+		pVtx = pT->getCorner(prevIndex(k));
+		MIREL_ASSERT(vConvexHullPoints.size()<=vertexVault.numberOfPoints());
+	} while(pVtx != pStartVtx);
+	vConvexHullPoints.push_back(pStartVtx); // closed
+	MIREL_ASSERT(!vConvexHullPoints.empty());
+
+	if(bAllVertices)
+	{
+		vHullVtx.insert(vHullVtx.end(), vConvexHullPoints.begin(), vConvexHullPoints.end() - 1);
+		return;
+	}
+	std::vector<Point2*> vSimplified;
+	vSimplified.push_back(vConvexHullPoints[0]);
+	for(size_t i = 1; i + 1 < vConvexHullPoints.size(); ++i)
+	{
+		if(geomTest.getOrientation2(vSimplified.back(), vConvexHullPoints[i], vConvexHullPoints[i + 1]) != ORIENTATION2_COLLINEAR)
+		{
+			vSimplified.push_back(vConvexHullPoints[i]);
+		}
+	}
+	vSimplified.push_back(vConvexHullPoints.back());
+	MIREL_ASSERT(vSimplified[0]==vSimplified.back());
+	vHullVtx.insert(vHullVtx.end(), vSimplified.begin(), vSimplified.end() - 1);
+}
+
+// Live triangles are those with a corner; released ones are cleared.
+void Dt2::getTrianglePointers(std::vector<Triangle2*>& vAllTriangles) const
+{
+	vAllTriangles.reserve(vAllTriangles.size() + numberOfTriangles());
+	for(size_t b = 0; b < trianglePool.numBlocks(); ++b)
+	{
+		size_t numUsed(0);
+		Triangle2* pBlock(trianglePool.getBlock(b, numUsed));
+		for(size_t i = 0; i < numUsed; ++i)
+		{
+			if(pBlock[i].isAlive()) vAllTriangles.push_back(pBlock + i);
+		}
+	}
+}
+
+void Dt2::getVertexPointers(std::vector<Point2*>& vAllVertices) const
+{
+	vertexVault.getActiveVertices(vAllVertices);
+}
+
+bool Dt2::checkValidity(bool bCheckEmptyCircles, const char* checkName)
+{
+	const char* place("Dt2::checkValidity()");
+	if(!vertexVault.isFullDimensional())
+	{
+		sendWarning(place, "not fulldimensional yet (empty or all points collinear), Returning true");
+		return true;
+	}
+	bool bValid(true);
+	std::vector<Triangle2*> vT;
+	getTrianglePointers(vT);
+	std::set<Point2*> sCorners;
+	for(Triangle2* pT : vT)
+	{
+		Point2* c0(pT->getCorner(0));
+		Point2* c1(pT->getCorner(1));
+		Point2* c2(pT->getCorner(2));
+		if(c0 == nullptr || c1 == nullptr || c2 == nullptr || c0 == c1 || c1 == c2 || c2 == c0)
+		{
+			std::ostringstream oss;
+			oss << "Less than three different corners: " << *pT;
+			sendError(place, oss.str());
+			bValid = false;
+			continue;
+		}
+		sCorners.insert(c0);
+		sCorners.insert(c1);
+		sCorners.insert(c2);
+		if(geomTest.getOrientation2(c0, c1, c2) != ORIENTATION2_CCW)
+		{
+			std::ostringstream oss;
+			oss << "Triangle not counterclockwise: " << *pT;
+			sendError(place, oss.str());
+			bValid = false;
+		}
+		for(int i = 0; i < 3; ++i)
+		{
+			Triangle2* pNeigT(pT->getOppositeTriangle(i));
+			if(pNeigT == nullptr) continue;
+			bool bPointsBack(pNeigT->isAlive() &&
+							 (pNeigT->getOppositeTriangle(0) == pT || pNeigT->getOppositeTriangle(1) == pT || pNeigT->getOppositeTriangle(2) == pT));
+			if(!bPointsBack)
+			{
+				std::ostringstream oss;
+				oss << "Inconsistent neighborships: " << *pT << "\n" << *pNeigT;
+				sendError(place, oss.str());
+				bValid = false;
+				continue;
+			}
+			int j(pNeigT->getIntraTriangleIndex(pT));
+			if(pNeigT->getCorner(nextIndex(j)) != pT->getCorner(prevIndex(i)) || pNeigT->getCorner(prevIndex(j)) != pT->getCorner(nextIndex(i)))
+			{
+				std::ostringstream oss;
+				oss << "Neighbor found but inconsistent intra triangle indices: " << *pT << "\n" << *pNeigT;
+				sendError(place, oss.str());
+				bValid = false;
+				continue;
+			}
+			if(bCheckEmptyCircles && geomTest.circleInc3state(pT, pNeigT->getCorner(j)) == CINC2_INCIRCLE)
+			{
+				std::ostringstream oss;
+				oss << "Sphere inclusion test failed: " << *pT << "\n" << *pNeigT;
+				sendError(place, oss.str());
+				bValid = false;
+				Visualizer2 vis("badEmptyCircle.ps");
+				vis.addObject(*pT, Color(CBLACK));
+				vis.addObject(*pNeigT, Color(CGREEN));
+				Point2 centre(pT->getDual().first);
+				vis.addObject(Circle2(centre, sqDistance2D(centre, *c0)), Color(CBLUE));
+				vis.addObject(*pNeigT->getCorner(j), Color(CRED));
+				vis.writeFile();
+			}
+		}
+	}
+
+	// The corners of the mesh and the vault's vertices must be the same set.
+	std::vector<Point2*> vVertices;
+	vertexVault.getActiveVertices(vVertices);
+	size_t numContained(0), numMissing(0);
+	for(Point2* pVtx : vVertices)
+	{
+		if(sCorners.count(pVtx) != 0) ++numContained;
+		else ++numMissing;
+		Triangle2* pIncT(pVtx->getIncidentTriangle());
+		if(pIncT == nullptr || !pIncT->isAlive() || !pIncT->hasVertex(pVtx))
+		{
+			std::ostringstream oss;
+			oss << "Vertex without a valid incident triangle: " << *pVtx;
+			sendError(place, oss.str());
+			bValid = false;
+		}
+	}
+	size_t numNotContained(sCorners.size() - numContained);
+	if(numNotContained != 0 || numMissing != 0)
+	{
+		std::ostringstream oss;
+		oss << "Not contained:" << numNotContained << ", contained:" << numContained << ", missing:" << numMissing;
+		sendError(place, oss.str());
+		bValid = false;
+	}
+	if(!bValid)
+	{
+		std::string safeName(checkName == nullptr ? "" : checkName);
+		Visualizer2 vis(("checkValidityFail_" + safeName + ".ps").c_str());
+		vis.addObject(vT, Color(CBLACK));
+		vis.addObject(vVertices, Color(CRED));
+		vis.writeFile();
+		std::cout << "\ncheckValidity, bug, name=" << safeName << std::endl;
+	}
+	return bValid;
+}
+
+void Dt2::statistics(const char* statName) const
+{
+	std::vector<Triangle2*> vT;
+	getTrianglePointers(vT);
+	const int numBins(18);
+	size_t aBins[numBins] = {};
+	for(const Triangle2* pT : vT)
+	{
+		for(int i = 0; i < 3; ++i)
+		{
+			double angle(pT->getInteriorAngle2D(i));
+			int bin(angle > 0.0 ? int(std::ceil(angle / 10.0)) - 1 : 0);
+			aBins[bin < 0 ? 0 : (bin >= numBins ? numBins - 1 : bin)] += 1;
+		}
+	}
+	std::ostringstream oss;
+	oss << "\n\n\n********* MESH STATISTICS (" << (statName == nullptr ? "" : statName) << ") **********\n\n";
+	oss << "INTERIOR ANGLES\n";
+	double numAngles(3.0 * double(vT.size()));
+	for(int b = 0; b < numBins; ++b)
+	{
+		double pct(numAngles > 0.0 ? 100.0 * double(aBins[b]) / numAngles : 0.0);
+		oss << "  " << std::setw(3) << 10 * b << " - " << std::setw(3) << 10 * (b + 1) << " deg: " << std::setw(10) << aBins[b] << "  (" << std::fixed
+			<< std::setprecision(2) << std::setw(6) << pct << " %)\n";
+		oss.unsetf(std::ios::fixed);
+	}
+	oss << "\nNumber of triangles: " << vT.size() << "\n";
+	std::cout << oss.str() << std::flush;
+}
+
+// ======================================================================
+// Removal
+// ======================================================================
+
+void Dt2::remove(Point2* pVtx)
+{
+	const char* place("Dt2::remove(..)");
+	if(pVtx == nullptr)
+	{
+		sendWarning(place, "pVtx==NULL, illegal, return.");
+		return;
+	}
+	size_t idx(0);
+	if(!vertexVault.findIdxOfActiveVtx(pVtx, idx))
+	{
+		sendWarning(place, "vertex does not belong to the triangulation, return");
+		return;
+	}
+	if(vertexVault.isFullDimensional() && pVtx->getIncidentTriangle() != nullptr) removeFromMesh(pVtx);
+	vertexVault.deactivate(pVtx);
+	if(vertexVault.isFullDimensional() && numberOfTriangles() == 0) dropToLowerDimension();
+}
+
+/*
+ * The umbrella of v is replaced by a Delaunay triangulation of its link.
+ * Interior vertex: the link is a star-shaped polygon, clipped ear by ear.
+ * Hull vertex: the link is an open chain p0..pm; the new hull between p0 and
+ * pm is the convex chain of the link points, and each pocket between the link
+ * and a new hull edge is a simple polygon closed by that edge.
+ * Ears whose circumcircle contains no other polygon vertex are Delaunay; if no
+ * such ear exists (possible only with cocircular points) any valid ear is
+ * taken, and the final Lawson pass over the hole's edges restores the empty
+ * circles either way. A step counter guards both loops.
+ */
+void Dt2::removeFromMesh(Point2* v)
+{
+	bool bClosed(collectUmbrella(v));
+	numUmbrellaT = vUmbrellaT.size();
+	numRemovalSteps = 0;
+	maxRemovalSteps = 1000 + 10 * numUmbrellaT * numUmbrellaT;
+	vHoleT.clear();
+
+	// Until the hole is filled, the link vertices hold on to the outer triangles.
+	for(Point2* pLinkVtx : vHoleVtx) pLinkVtx->setIncidentTriangle(nullptr);
+	for(const HoleEdge& outer : vHoleEdge)
+	{
+		if(outer.pOuterT == nullptr) continue;
+		outer.pOuterT->getCorner(nextIndex(outer.idx))->setIncidentTriangle(outer.pOuterT);
+		outer.pOuterT->getCorner(prevIndex(outer.idx))->setIncidentTriangle(outer.pOuterT);
+	}
+	v->setIncidentTriangle(nullptr);
+
+	if(bClosed)
+	{
+		vPolyVtx.assign(vHoleVtx.begin(), vHoleVtx.end());
+		vPolyEdge.assign(vHoleEdge.begin(), vHoleEdge.end());
+		triangulatePolygon();
+	}
+	else
+	{
+		// The link points are sorted by angle around v: a Graham scan gives the
+		// new hull chain (collinear points stay on it, they become hull vertices).
+		vHullChain.clear();
+		for(size_t i = 0; i < vHoleVtx.size(); ++i)
+		{
+			while(vHullChain.size() >= 2 &&
+				  geomTest.getOrientation2(vHoleVtx[vHullChain[vHullChain.size() - 2]], vHoleVtx[vHullChain.back()], vHoleVtx[i]) == ORIENTATION2_CCW)
+			{
+				vHullChain.pop_back();
+			}
+			vHullChain.push_back(i);
+		}
+		for(size_t c = 0; c + 1 < vHullChain.size(); ++c)
+		{
+			size_t a(vHullChain[c]), b(vHullChain[c + 1]);
+			if(b == a + 1)
+			{
+				// The link edge itself is now a hull edge.
+				const HoleEdge& outer(vHoleEdge[a]);
+				if(outer.pOuterT != nullptr) outer.pOuterT->setOppTriangle(outer.idx, nullptr);
+				continue;
+			}
+			vPolyVtx.assign(vHoleVtx.begin() + a, vHoleVtx.begin() + b + 1);
+			vPolyEdge.assign(vHoleEdge.begin() + a, vHoleEdge.begin() + b);
+			vPolyEdge.push_back(HoleEdge{nullptr, -1}); // the new hull edge p_b -> p_a
+			triangulatePolygon();
+		}
+	}
+	for(Triangle2* pT : vUmbrellaT) releaseTriangle(pT); // those not reused
+	vUmbrellaT.clear();
+	legalizeHole();
+}
+
+bool Dt2::collectUmbrella(Point2* v)
+{
+	vUmbrellaT.clear();
+	vHoleVtx.clear();
+	vHoleEdge.clear();
+	// For a hull vertex, start at the clockwise end of the fan.
+	Triangle2* pFirstT(v->getIncidentTriangle());
+	Triangle2* pT(pFirstT);
+	bool bClosed(true);
+	for(size_t numSteps = 0;; ++numSteps)
+	{
+		Triangle2* pCwT(pT->getOppositeTriangle(prevIndex(pT->getIntraTriangleIndex(v))));
+		if(pCwT == nullptr)
+		{
+			bClosed = false;
+			break;
+		}
+		if(pCwT == pFirstT) break;
+		pT = pCwT;
+		MIREL_ASSERT(numSteps<=2*vertexVault.size());
+	}
+	if(bClosed) pT = pFirstT;
+	Triangle2* pStartT(pT);
+	for(;;)
+	{
+		int i(pT->getIntraTriangleIndex(v));
+		vUmbrellaT.push_back(pT);
+		vHoleVtx.push_back(pT->getCorner(nextIndex(i)));
+		Triangle2* pOuterT(pT->getOppositeTriangle(i));
+		vHoleEdge.push_back(HoleEdge{pOuterT, pOuterT == nullptr ? -1 : pOuterT->getIntraTriangleIndex(pT)});
+		Triangle2* pCcwT(pT->getOppositeTriangle(nextIndex(i)));
+		if(pCcwT == nullptr)
+		{
+			vHoleVtx.push_back(pT->getCorner(prevIndex(i)));
+			break;
+		}
+		if(pCcwT == pStartT) break;
+		pT = pCcwT;
+		MIREL_ASSERT(vUmbrellaT.size()<=2*vertexVault.size());
+	}
+	return bClosed;
+}
+
+void Dt2::triangulatePolygon()
+{
+	while(vPolyVtx.size() > 3)
+	{
+		size_t n(vPolyVtx.size());
+		size_t j(findEar(true));
+		if(j == n) j = findEar(false);
+		if(j == n) numRemovalSteps = maxRemovalSteps; // no ear at all: a broken invariant
+		countRemovalStep();
+		size_t ia(j == 0 ? n - 1 : j - 1), ic(j + 1 == n ? 0 : j + 1);
+		Triangle2* pT(makeHoleTriangle(vPolyVtx[ia], vPolyVtx[j], vPolyVtx[ic]));
+		linkAcross(pT, 2, vPolyEdge[ia]);
+		linkAcross(pT, 0, vPolyEdge[j]);
+		vPolyEdge[ia] = HoleEdge{pT, 1}; // the polygon goes on along a -> c
+		vPolyVtx.erase(vPolyVtx.begin() + long(j));
+		vPolyEdge.erase(vPolyEdge.begin() + long(j));
+	}
+	if(geomTest.getOrientation2(vPolyVtx[0], vPolyVtx[1], vPolyVtx[2]) != ORIENTATION2_CCW) numRemovalSteps = maxRemovalSteps;
+	countRemovalStep();
+	Triangle2* pT(makeHoleTriangle(vPolyVtx[0], vPolyVtx[1], vPolyVtx[2]));
+	linkAcross(pT, 2, vPolyEdge[0]);
+	linkAcross(pT, 0, vPolyEdge[1]);
+	linkAcross(pT, 1, vPolyEdge[2]);
+}
+
+// An ear (a, b, c) at position j: a strict left turn, and no other polygon
+// vertex in its closed triangle (the polygon is simple, so ac is a diagonal).
+// A Delaunay ear has no other polygon vertex strictly inside its circumcircle,
+// which covers the closed triangle except its corners.
+size_t Dt2::findEar(bool bDelaunayEar)
+{
+	size_t n(vPolyVtx.size());
+	for(size_t j = 0; j < n; ++j)
+	{
+		countRemovalStep();
+		size_t ia(j == 0 ? n - 1 : j - 1), ic(j + 1 == n ? 0 : j + 1);
+		Point2* a(vPolyVtx[ia]);
+		Point2* b(vPolyVtx[j]);
+		Point2* c(vPolyVtx[ic]);
+		if(geomTest.getOrientation2(a, b, c) != ORIENTATION2_CCW) continue;
+		Triangle2 ear(a, b, c);
+		bool bEar(true);
+		for(size_t k = 0; k < n && bEar; ++k)
+		{
+			if(k == ia || k == j || k == ic) continue;
+			const Point2* w(vPolyVtx[k]);
+			if(bDelaunayEar) bEar = geomTest.circleInc3state(&ear, w) != CINC2_INCIRCLE;
+			else
+			{
+				bEar = geomTest.getOrientation2(a, b, w) == ORIENTATION2_CW || geomTest.getOrientation2(b, c, w) == ORIENTATION2_CW ||
+					   geomTest.getOrientation2(c, a, w) == ORIENTATION2_CW;
+			}
+		}
+		if(bEar) return j;
+	}
+	return n;
+}
+
+Triangle2* Dt2::makeHoleTriangle(Point2* a, Point2* b, Point2* c)
+{
+	Triangle2* pT(nullptr);
+	if(!vUmbrellaT.empty())
+	{
+		pT = vUmbrellaT.back();
+		vUmbrellaT.pop_back();
+	}
+	else pT = newTriangle();
+	pT->setProperties(a, b, c);
+	vHoleT.push_back(pT);
+	return pT;
+}
+
+void Dt2::linkAcross(Triangle2* pT, int i, const HoleEdge& outer)
+{
+	pT->setOppTriangle(i, outer.pOuterT);
+	if(outer.pOuterT != nullptr) outer.pOuterT->setOppTriangle(outer.idx, pT);
+}
+
+void Dt2::legalizeHole()
+{
+	// Constraint edges must stay, and no constraint lookup exists here yet.
+	if(bConstraintsExist) return;
+	vHoleFlipStack.clear();
+	for(Triangle2* pT : vHoleT)
+	{
+		for(int i = 0; i < 3; ++i) vHoleFlipStack.push_back(std::make_pair(pT, i));
+	}
+	while(!vHoleFlipStack.empty())
+	{
+		Triangle2* a(vHoleFlipStack.back().first);
+		int i(vHoleFlipStack.back().second);
+		vHoleFlipStack.pop_back();
+		Triangle2* b(a->getOppositeTriangle(i));
+		if(b == nullptr) continue;
+		if(geomTest.circleInc3state(a, b->getCorner(b->getIntraTriangleIndex(a))) != CINC2_INCIRCLE) continue;
+		countRemovalStep();
+		flipEdge(a, i);
+		// The four outer edges of the flipped quadrilateral.
+		vHoleFlipStack.push_back(std::make_pair(a, 0));
+		vHoleFlipStack.push_back(std::make_pair(a, 2));
+		vHoleFlipStack.push_back(std::make_pair(b, 0));
+		vHoleFlipStack.push_back(std::make_pair(b, 1));
+	}
+}
+
+void Dt2::countRemovalStep()
+{
+	if(++numRemovalSteps <= maxRemovalSteps) return;
+	Visualizer2 vis("watchDogFailed.ps");
+	vis.addObject(vHoleT, Color(CGREEN));
+	vis.addObject(vHoleVtx, Color(CBLACK));
+	vis.addObject(vPolyVtx, Color(CRED));
+	vis.writeFile();
+	std::cout << "vUmbrellaT.size()=" << numUmbrellaT << std::endl;
+	MIREL_ASSERT(numRemovalSteps<=maxRemovalSteps);
+}
+
+void Dt2::dropToLowerDimension()
+{
+	std::vector<Point2*> vVertices;
+	vertexVault.getActiveVertices(vVertices);
+	for(Point2* pVtx : vVertices) pVtx->setIncidentTriangle(nullptr);
+	vertexVault.clearFullDimensional();
+}
+
+} // namespace MIREL25D

@@ -1,0 +1,199 @@
+#pragma once
+#include "Bbox2.h"
+#include "GeomTest.h"
+#include "HilbertGrid.h"
+#include "MirelExportMacro.h"
+#include "MsgBase.h"
+#include "Point2.h"
+#include "ProgressReporter.h"
+#include "SimplePool.h"
+#include "Triangle2.h"
+#include "VertexVault.h"
+#include <cstddef>
+#include <map>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace MIREL25D {
+
+// The triangulation behind the facade Mirel_2D: an exact 2D Delaunay
+// triangulation built incrementally (Hilbert order, visibility walk, split,
+// in-circle flips). It owns the vertices, the triangles, the predicate object
+// and the bounding box; heights are carried and never decide anything.
+class MIREL_API Dt2
+{
+public:
+	explicit Dt2(unsigned numExpectedVertices);
+	~Dt2();
+	Dt2(const Dt2&) = delete;
+	Dt2& operator=(const Dt2&) = delete;
+
+	// ---- Insertion ----
+	Point2* insert(const Point2& p);
+	// n points as x, y, z triples; handles[i] (handles may be null) receives the
+	// vertex of input point i.
+	void insert(int n, double* coords, Point2** handles);
+	void insertVector(const std::vector<Point2>& vPoints, std::vector<Point2*>& vHandles);
+	void insertVector(const std::vector<Point2>& vPoints);
+	double measureTriangulationTime(std::vector<Point2>& vPoints);
+	// Hands out n triangles from the pool; the vector must be empty on entry.
+	void getFreshTriangles(size_t n, std::vector<Triangle2*>& vFreshTriangles);
+
+	// ---- Counts and state ----
+	size_t numberOfPoints() const { return vertexVault.numberOfPoints(); }
+	size_t numberOfTriangles() const;
+	bool hasArea() const { return vertexVault.isFullDimensional(); }
+	bool is2D() const { return vertexVault.isFullDimensional(); }
+	Bbox2 computeBoundingBox() const;
+
+	// ---- Configuration ----
+	void setName(const char* name_) { name = (name_ == nullptr) ? "" : name_; }
+	const char* getName() const { return name.c_str(); }
+	void setFastMode(bool bFast) { bFastMode = bFast; }
+	bool isFastMode() const { return bFastMode; }
+	int setNumCPU(int numCPU_);
+	int getNumCPU() const { return numCPU; }
+
+	// ---- Listeners ----
+	void subscribe(MsgType msgType, MsgBase* pListener);
+	void unsubscribe(MsgType msgType, MsgBase* pListener);
+	// The operation reporting progress right now ("insert"), or null.
+	const char* getCurrentOperation() const { return progress.getOperationName(); }
+
+	GeomTest* getGeomTest() { return &geomTest; }
+	VertexVault& getVertexVault() { return vertexVault; }
+
+private:
+	// ---- Pools ----
+	Point2* newVertex() { return vertexPool.alloc(); }
+	Triangle2* newTriangle()
+	{
+		++numAllT;
+		return trianglePool.alloc();
+	}
+	// Released triangles are cleared (corner 0 null marks them dead) and reused first.
+	void releaseTriangle(Triangle2* pT)
+	{
+		pT->clearProperties();
+		trianglePool.release(pT);
+		++numDeadT;
+	}
+
+	// ---- Insertion machinery ----
+	// Adds points to the box; if it changed, doubles it about its centre (which
+	// raises the predicates' error bound), sets up the Hilbert grid again and re-keys.
+	template<class AddFunc>
+	void growBox(AddFunc addPoints);
+	// Sorts the batch by key, makes its vertices in key order (so that mesh
+	// neighbours are memory neighbours) and inserts them.
+	template<class XYFunc, class FillFunc>
+	void insertBatch(size_t n, XYFunc getXY, FillFunc fillVertex, Point2** handles);
+	void triangulateRec(IdxVtxAct** first, IdxVtxAct** last, Triangle2* pStartT);
+	Triangle2* insertSequentially(IdxVtxAct** first, IdxVtxAct** last, Triangle2* pStartT);
+	// Inserts the record's vertex unless it is inactive or already in the mesh.
+	Triangle2* insertRecord(IdxVtxAct* pRec, Triangle2* pStartT)
+	{
+		Point2* pVtx(pRec->pVtx);
+		if(!pRec->active) return pStartT;
+		if(pVtx->getIncidentTriangle() != nullptr) return pVtx->getIncidentTriangle();
+		return insertVertex(pVtx, pStartT);
+	}
+	// Locates v from pStartT, splits and legalises; returns a triangle near v.
+	Triangle2* insertVertex(Point2* v, Triangle2* pStartT);
+	// Visibility walk. Result: -1 inside t (strictly if e == -1, else in the
+	// interior of edge e), 0..2 outside the hull beyond that edge of t, 4 on a corner of t.
+	int locateConflictTriangle(const Point2* v, Triangle2*& t, int& e);
+	void split13(Point2* v, Triangle2* t);
+	void initVCheckT24(Point2* v, Triangle2* t, int e);
+	Triangle2* insertVertexCH(Point2* v, Triangle2* pT, int ith);
+	void createFullDimTriangle();
+	void triangulateCoplanarOrDuplicate();
+	// Empties the flip stack; returns the last triangle handled.
+	Triangle2* legalize();
+	bool isInCircleForFlip(const Point2* v, const Triangle2* pT);
+	// Flips edge i of a with its neighbour across it.
+	void flipEdge(Triangle2* a, int i);
+
+	GeomTest geomTest;
+	Bbox2 bbx;
+	HilbertGrid hilbertGrid;
+	VertexVault vertexVault;
+	SimplePool<Point2> vertexPool;
+	SimplePool<Triangle2> trianglePool;
+	size_t numAllT; // triangles made
+	size_t numDeadT; // triangles released
+	std::vector<Triangle2*> vFlipStack; // triangles whose edge 0 is still to be examined
+	std::vector<std::pair<Triangle2*, int>> vVisibleHullEdges; // work list of insertVertexCH
+	std::vector<std::pair<Triangle2*, int>> vVisibleHullEdgesBack;
+	bool bFastMode;
+	// Set once constraint segments exist; the flip loop then asks the constraint
+	// lookup before every flip. While it is false no edge is locked.
+	bool bConstraintsExist;
+	int numCPU;
+	std::string name;
+	std::multimap<MsgType, MsgBase*> mListeners;
+	ProgressReporter progress;
+
+	// ======================================================================
+	// Queries and removal
+	// ======================================================================
+public:
+	// The triangle containing p (p may lie on its border or a corner); null
+	// outside the hull or while no triangle exists.
+	Triangle2* locate(const Point2& p);
+	// The triangle in which p1 directly follows p0 counterclockwise (the one to
+	// the left of p0->p1), or null.
+	Triangle2* getAdjacentTriangle(Point2* p0, Point2* p1) const;
+	// Append counterclockwise from v's incident triangle, each once.
+	void getIncidentTriangles(Point2* v, std::vector<Triangle2*>& vIncidentT) const;
+	void getIncidentVertices(Point2* v, std::vector<Point2*>& vIncidentVtx) const;
+	// Counterclockwise from the lexicographically smallest vertex. With
+	// bAllVertices false, vertices inside straight stretches of the hull are dropped.
+	void getConvexHull(bool bAllVertices, std::vector<Point2*>& vHullVtx);
+	void getTrianglePointers(std::vector<Triangle2*>& vAllTriangles) const;
+	void getVertexPointers(std::vector<Point2*>& vAllVertices) const;
+	bool checkValidity(bool bCheckEmptyCircles, const char* checkName);
+	void remove(Point2* pVtx);
+	void statistics(const char* statName) const;
+
+private:
+	// A hole edge seen from outside: the triangle beyond it and the edge's index
+	// there; pOuterT is null where the edge is (or becomes) a hull edge.
+	struct HoleEdge
+	{
+		Triangle2* pOuterT;
+		int idx;
+	};
+	// Fills the link polygon of v (vHoleVtx, vHoleEdge) and the umbrella
+	// vUmbrellaT; returns whether the fan is closed (v not on the hull).
+	bool collectUmbrella(Point2* v);
+	void removeFromMesh(Point2* v);
+	// Triangulates the simple polygon vPolyVtx/vPolyEdge (counterclockwise) by
+	// ear clipping, preferring ears whose circumcircle holds no polygon vertex.
+	void triangulatePolygon();
+	// Position of a clippable ear of the polygon, or vPolyVtx.size() if none.
+	size_t findEar(bool bDelaunayEar);
+	Triangle2* makeHoleTriangle(Point2* a, Point2* b, Point2* c);
+	void linkAcross(Triangle2* pT, int i, const HoleEdge& outer);
+	// Lawson flips until every edge queued by the hole is locally Delaunay.
+	void legalizeHole();
+	void countRemovalStep();
+	// The last triangle around the removed vertex went away: the remaining
+	// points are collinear, so the vault holds them without triangles again.
+	void dropToLowerDimension();
+
+	std::vector<Triangle2*> vUmbrellaT; // triangles around the vertex being removed, reused first
+	std::vector<Point2*> vHoleVtx; // its link, counterclockwise
+	std::vector<HoleEdge> vHoleEdge; // vHoleVtx[i] -> vHoleVtx[i+1]
+	std::vector<size_t> vHullChain; // positions in vHoleVtx on the new hull
+	std::vector<Point2*> vPolyVtx; // the polygon being clipped
+	std::vector<HoleEdge> vPolyEdge; // vPolyVtx[i] -> vPolyVtx[i+1]
+	std::vector<Triangle2*> vHoleT; // triangles made for the hole
+	std::vector<std::pair<Triangle2*, int>> vHoleFlipStack;
+	size_t numUmbrellaT = 0; // size of the umbrella, for the watchdog report
+	size_t numRemovalSteps = 0;
+	size_t maxRemovalSteps = 0;
+};
+
+} // namespace MIREL25D

@@ -1,0 +1,161 @@
+#include "Mirel_2D.h"
+#include "Dt2.h"
+#include <new>
+
+namespace MIREL25D {
+
+Mirel_2D::Mirel_2D(unsigned int numExpectedVertices) : pImpl(new(std::nothrow) Dt2(numExpectedVertices)) {}
+
+Mirel_2D::~Mirel_2D()
+{
+	delete pImpl;
+}
+
+Point2* Mirel_2D::insert(const Point2& p)
+{
+	return pImpl->insert(p);
+}
+
+void Mirel_2D::insert(const std::vector<Point2>& vInputPoints)
+{
+	pImpl->insertVector(vInputPoints);
+}
+
+void Mirel_2D::insert(const std::vector<Point2>& vInputPoints, std::vector<Point2*>& vHandles)
+{
+	pImpl->insertVector(vInputPoints, vHandles);
+}
+
+void Mirel_2D::insert(int numPoints, double* aCoordinates, Point2** aHandles)
+{
+	pImpl->insert(numPoints, aCoordinates, aHandles);
+}
+
+double Mirel_2D::measureTriangulationTime(std::vector<Point2>& vPoints)
+{
+	return pImpl->measureTriangulationTime(vPoints);
+}
+
+size_t Mirel_2D::numberOfPoints() const
+{
+	return pImpl->numberOfPoints();
+}
+
+size_t Mirel_2D::numberOfTriangles() const
+{
+	return pImpl->numberOfTriangles();
+}
+
+bool Mirel_2D::hasArea() const
+{
+	return pImpl->hasArea();
+}
+
+bool Mirel_2D::is2D() const
+{
+	return pImpl->is2D();
+}
+
+Bbox2 Mirel_2D::computeBoundingBox() const
+{
+	return pImpl->computeBoundingBox();
+}
+
+Orientation2 Mirel_2D::getOrientation(const Point2& p0, const Point2& p1, const Point2& p2)
+{
+	return getOrientation2_mt(&p0, &p1, &p2);
+}
+
+void Mirel_2D::setName(const char* name)
+{
+	pImpl->setName(name);
+}
+
+const char* Mirel_2D::getName() const
+{
+	return pImpl->getName();
+}
+
+void Mirel_2D::setFastMode(bool bFast)
+{
+	pImpl->setFastMode(bFast);
+}
+
+int Mirel_2D::setNumCPU(int numCPU)
+{
+	return pImpl->setNumCPU(numCPU);
+}
+
+void Mirel_2D::enableMultithreading()
+{
+	pImpl->setNumCPU(0);
+}
+
+void Mirel_2D::subscribe(MsgType msgType, MsgBase* pListener)
+{
+	pImpl->subscribe(msgType, pListener);
+}
+
+void Mirel_2D::unsubscribe(MsgType msgType, MsgBase* pListener)
+{
+	pImpl->unsubscribe(msgType, pListener);
+}
+
+Dt2* Mirel_2D::getImpl()
+{
+	return pImpl;
+}
+
+
+// ---- Queries and removal ----
+
+Triangle2* Mirel_2D::locate(const Point2& p)
+{
+	return pImpl->locate(p);
+}
+
+Triangle2* Mirel_2D::getAdjacentTriangle(Point2* p0, Point2* p1)
+{
+	return pImpl->getAdjacentTriangle(p0, p1);
+}
+
+void Mirel_2D::getIncidentTriangles(Point2* v, std::vector<Triangle2*>& vIncidentT)
+{
+	pImpl->getIncidentTriangles(v, vIncidentT);
+}
+
+void Mirel_2D::getIncidentVertices(Point2* v, std::vector<Point2*>& vIncidentVtx)
+{
+	pImpl->getIncidentVertices(v, vIncidentVtx);
+}
+
+void Mirel_2D::getConvexHull(bool bAllVertices, std::vector<Point2*>& vHullVtx)
+{
+	pImpl->getConvexHull(bAllVertices, vHullVtx);
+}
+
+void Mirel_2D::getTrianglePointers(std::vector<Triangle2*>& vAllTriangles)
+{
+	pImpl->getTrianglePointers(vAllTriangles);
+}
+
+void Mirel_2D::getVertexPointers(std::vector<Point2*>& vAllVertices)
+{
+	pImpl->getVertexPointers(vAllVertices);
+}
+
+bool Mirel_2D::checkValidity(bool bCheckEmptyCircles, const char* name)
+{
+	return pImpl->checkValidity(bCheckEmptyCircles, name);
+}
+
+void Mirel_2D::statistics(const char* name)
+{
+	pImpl->statistics(name);
+}
+
+void Mirel_2D::remove(Point2* pVtx)
+{
+	pImpl->remove(pVtx);
+}
+} // namespace MIREL25D

@@ -1,0 +1,84 @@
+#pragma once
+#include "Bbox2.h"
+#include "GeomTest.h"
+#include "MirelExportMacro.h"
+#include "MsgBase.h"
+#include "Point2.h"
+#include "Triangle2.h"
+#include <cstddef>
+#include <vector>
+
+namespace MIREL25D {
+
+class Dt2;
+
+// The triangulation as the user sees it: a 2D Delaunay triangulation of points
+// that carry a height. Every member forwards to the implementation object,
+// which owns every vertex and triangle handed out; the pointers stay valid until
+// the object is removed or this Mirel_2D is destroyed.
+class MIREL_API Mirel_2D
+{
+public:
+	// numExpectedVertices sizes the memory blocks (values below 3 count as 3);
+	// it is a hint, any number of points can be inserted.
+	explicit Mirel_2D(unsigned int numExpectedVertices = 1000);
+	~Mirel_2D();
+	Mirel_2D(const Mirel_2D&) = delete;
+	Mirel_2D& operator=(const Mirel_2D&) = delete;
+
+	// ---- Insertion. A point at the x and y of an existing vertex resolves to
+	// that vertex, which keeps its own height and custom index. ----
+	Point2* insert(const Point2& p);
+	void insert(const std::vector<Point2>& vInputPoints);
+	// vHandles[i] receives the vertex of vInputPoints[i].
+	void insert(const std::vector<Point2>& vInputPoints, std::vector<Point2*>& vHandles);
+	// numPoints points as x, y, z triples; aHandles (may be null) receives the vertices in input order.
+	void insert(int numPoints, double* aCoordinates, Point2** aHandles);
+	// Inserts the points and returns the elapsed time in seconds.
+	double measureTriangulationTime(std::vector<Point2>& vPoints);
+
+	// ---- Counts and state ----
+	size_t numberOfPoints() const;
+	size_t numberOfTriangles() const;
+	bool hasArea() const;
+	bool is2D() const;
+	Bbox2 computeBoundingBox() const;
+	Orientation2 getOrientation(const Point2& p0, const Point2& p1, const Point2& p2);
+
+	// ---- Configuration ----
+	void setName(const char* name);
+	const char* getName() const;
+	// Floating-point-only flip test: faster, possibly non-Delaunay among nearly cocircular points.
+	void setFastMode(bool bFast);
+	// n > 0 as given, n < 0 gives 1, 0 gives the number of hardware threads; returns the stored value.
+	int setNumCPU(int numCPU);
+	void enableMultithreading();
+
+	// ---- Progress listeners (owned by the caller; unsubscribe before destroying them) ----
+	void subscribe(MsgType msgType, MsgBase* pListener);
+	void unsubscribe(MsgType msgType, MsgBase* pListener);
+
+	Dt2* getImpl();
+
+	// ---- Queries and removal ----
+	// The triangle containing p (its border included), null outside the hull.
+	Triangle2* locate(const Point2& p);
+	// The triangle to the left of the directed edge p0->p1, or null.
+	Triangle2* getAdjacentTriangle(Point2* p0, Point2* p1);
+	// Counterclockwise around v, starting at its incident triangle.
+	void getIncidentTriangles(Point2* v, std::vector<Triangle2*>& vIncidentT);
+	void getIncidentVertices(Point2* v, std::vector<Point2*>& vIncidentVtx);
+	// Counterclockwise; with bAllVertices false, vertices inside straight hull stretches are left out.
+	void getConvexHull(bool bAllVertices, std::vector<Point2*>& vHullVtx);
+	void getTrianglePointers(std::vector<Triangle2*>& vAllTriangles);
+	void getVertexPointers(std::vector<Point2*>& vAllVertices);
+	bool checkValidity(bool bCheckEmptyCircles, const char* name);
+	void statistics(const char* name);
+	// The triangulation stays Delaunay; bad arguments give a warning and change nothing.
+	void remove(Point2* pVtx);
+
+private:
+	Dt2* pImpl;
+};
+
+} // namespace MIREL25D

@@ -1,0 +1,110 @@
+#pragma once
+#include <cstddef>
+#include <new>
+#include <vector>
+
+namespace MIREL25D {
+
+// The two diagnostics of the pool, out of line so that the template stays light.
+void reportPoolInitTwice();
+void reportPoolOutOfMemory();
+
+// A pool of fixed-size objects, allocated in blocks so that the objects never
+// move: the library hands out raw pointers to them. Released objects go to a
+// free list and are handed out again first. The pool owns every block and
+// destroys them with itself.
+template<class T>
+class SimplePool
+{
+public:
+	SimplePool() : blockSize(0), numUsedInLastBlock(0) {}
+	~SimplePool() { clear(); }
+	SimplePool(const SimplePool&) = delete;
+	SimplePool& operator=(const SimplePool&) = delete;
+
+	// Sets the number of objects per block; the pool can be initialised once.
+	bool init(size_t blockSize_)
+	{
+		if(blockSize != 0)
+		{
+			reportPoolInitTwice();
+			return false;
+		}
+		blockSize = blockSize_ < 1 ? 1 : blockSize_;
+		return true;
+	}
+	bool isInitialized() const { return blockSize != 0; }
+	size_t getBlockSize() const { return blockSize; }
+
+	// An object from the free list, else the next unused one of the last block.
+	// Null (after a message) when no memory can be had.
+	T* alloc()
+	{
+		if(!vFree.empty())
+		{
+			T* p(vFree.back());
+			vFree.pop_back();
+			return p;
+		}
+		if(vBlocks.empty() || numUsedInLastBlock == blockSize)
+		{
+			if(!addBlock()) return nullptr;
+		}
+		return vBlocks.back() + numUsedInLastBlock++;
+	}
+
+	// The caller clears the object first where dead objects must be recognisable.
+	void release(T* p) { vFree.push_back(p); }
+
+	// Objects handed out and not released.
+	size_t numLive() const { return numHandedOut() - vFree.size(); }
+	// Objects ever taken from the blocks (live or on the free list).
+	size_t numHandedOut() const { return vBlocks.empty() ? 0 : (vBlocks.size() - 1) * blockSize + numUsedInLastBlock; }
+
+	// Block access for scans over all objects ever handed out (dead ones included).
+	size_t numBlocks() const { return vBlocks.size(); }
+	T* getBlock(size_t i, size_t& numUsed) const
+	{
+		numUsed = (i + 1 == vBlocks.size()) ? numUsedInLastBlock : blockSize;
+		return vBlocks[i];
+	}
+
+	void clear()
+	{
+		for(T* pBlock : vBlocks) delete[] pBlock;
+		vBlocks.clear();
+		vFree.clear();
+		numUsedInLastBlock = 0;
+	}
+
+private:
+	bool addBlock()
+	{
+		if(blockSize == 0) blockSize = 1;
+		T* pBlock(nullptr);
+		try
+		{
+			vBlocks.reserve(vBlocks.size() + 1);
+			pBlock = new(std::nothrow) T[blockSize];
+		}
+		catch(const std::bad_alloc&)
+		{
+			pBlock = nullptr;
+		}
+		if(pBlock == nullptr)
+		{
+			reportPoolOutOfMemory();
+			return false;
+		}
+		vBlocks.push_back(pBlock);
+		numUsedInLastBlock = 0;
+		return true;
+	}
+
+	size_t blockSize;
+	size_t numUsedInLastBlock;
+	std::vector<T*> vBlocks;
+	std::vector<T*> vFree;
+};
+
+} // namespace MIREL25D

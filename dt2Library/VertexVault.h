@@ -1,0 +1,112 @@
+#pragma once
+#include "HilbertGrid.h"
+#include "MirelExportMacro.h"
+#include "Point2.h"
+#include "SimplePool.h"
+#include <cstdint>
+#include <map>
+#include <vector>
+
+namespace MIREL25D {
+
+class GeomTest;
+class Triangle2;
+
+// One record per vertex: its Hilbert key, whether it still belongs to the
+// triangulation (false once removed or found to be a duplicate), the vertex.
+struct IdxVtxAct
+{
+	uint32_t key;
+	uint8_t active;
+	Point2* pVtx;
+};
+
+// The vertex store of the triangulation: every vertex with its Hilbert key in
+// key order, the duplicates found during insertion and their resolution to the
+// vertex that stays, start triangles close to a key and the first three points.
+class MIREL_API VertexVault
+{
+public:
+	VertexVault(GeomTest* pGeomTest_, const HilbertGrid* pGrid_);
+	~VertexVault();
+	VertexVault(const VertexVault&) = delete;
+	VertexVault& operator=(const VertexVault&) = delete;
+
+	// Batch: the caller sorts (key, input position) pairs with sortKeyIndexPairs,
+	// reserves, and appends the new vertices in key order. The batch then lies
+	// at [getNumSorted(), size()) until it is merged.
+	void reserveBatch(size_t n);
+	void appendSorted(Point2* pVtx, uint32_t key)
+	{
+		IdxVtxAct* pRec(idxPool.alloc());
+		pRec->key = key;
+		pRec->active = 1;
+		pRec->pVtx = pVtx;
+		vIdxVtxAct.push_back(pRec);
+		++numActive;
+	}
+	// Stable sort of n values (key << 32 | position) by key; aBuffer is scratch
+	// space for n values.
+	static void sortKeyIndexPairs(uint64_t* aPairs, uint64_t* aBuffer, size_t n);
+	// Merges the sorted batch into the sorted store; older records come first
+	// among equal keys, which keeps the first of several equal points first.
+	void mergeBatch();
+	// A single vertex, placed after the records with an equal key.
+	void addOne(Point2* pVtx, uint32_t key);
+	// The grid changed: new keys for every record, and the store sorted again.
+	void rekey();
+
+	// The first three points for the first triangle (see the .cpp); false if the
+	// stored points are all collinear or identical. pIdxA receives a's position.
+	bool getThreeInitialPoints(Point2*& a, Point2*& b, Point2*& c, size_t* pIdxA = nullptr);
+	// A live triangle incident to a vertex whose key is close to key, or null.
+	Triangle2* getCloseTriangle(uint32_t key) const;
+	// The active vertex at the same x and y as p, or null.
+	Point2* findActiveVertexAt(const Point2& p) const;
+
+	void registerDup(Point2* pDup, Point2* pExisting);
+	bool dupIsClean() const { return mRedundant2UniqueVtx.empty(); }
+	// After a batch: every redundant vertex in handles (may be null) is replaced
+	// by its unique vertex and its record becomes inactive.
+	void treatDupsAndHandles(Point2** handles, size_t numHandles);
+	Point2* treatOneDupGetHandle(Point2* pVtx);
+	// While no triangle exists, duplicates cannot be found by point location:
+	// registers every later active vertex at the place of an earlier one.
+	void registerDupsAmongActive();
+
+	// Position of the record of an active vertex; false and a message if the
+	// vault does not hold it.
+	bool getIdxOfActiveVtx(const Point2* pQuery, size_t& idx) const;
+	// The same without the message.
+	bool findIdxOfActiveVtx(const Point2* pQuery, size_t& idx) const;
+	// Marks the vertex as no longer part of the triangulation.
+	bool deactivate(const Point2* pVtx);
+
+	size_t numberOfPoints() const { return numActive; }
+	size_t size() const { return vIdxVtxAct.size(); }
+	size_t getNumSorted() const { return numSorted; }
+	IdxVtxAct** getRecords() { return vIdxVtxAct.empty() ? nullptr : &vIdxVtxAct[0]; }
+	const IdxVtxAct* getRecord(size_t i) const { return vIdxVtxAct[i]; }
+	void getActiveVertices(std::vector<Point2*>& vVertices) const;
+
+	bool isFullDimensional() const { return bFullDimensional; }
+	void setFullDimensional() { bFullDimensional = true; }
+	// After a removal left no triangle (the remaining points are collinear).
+	void clearFullDimensional() { bFullDimensional = false; }
+
+private:
+	// First record position with a key not below key, within the sorted part.
+	size_t lowerBound(uint32_t key) const;
+	bool findIdx(const Point2* pQuery, size_t& idx) const;
+
+	GeomTest* pGeomTest;
+	const HilbertGrid* pGrid;
+	SimplePool<IdxVtxAct> idxPool;
+	std::vector<IdxVtxAct*> vIdxVtxAct;
+	size_t numSorted; // records [0, numSorted) are merged and sorted by key
+	size_t numActive;
+	std::map<Point2*, Point2*> mRedundant2UniqueVtx;
+	bool bFullDimensional;
+};
+
+} // namespace MIREL25D

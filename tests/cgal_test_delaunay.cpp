@@ -1,0 +1,105 @@
+// Differential test: for points in general position the Delaunay triangulation
+// is unique, so the triangles must equal those of CGAL's exact-predicate
+// Delaunay triangulation, also after removals.
+#include "Mirel_2D.h"
+#include <CGAL/Delaunay_triangulation_2.h>
+#include <CGAL/Exact_predicates_inexact_constructions_kernel.h>
+#include <gtest/gtest.h>
+#include <algorithm>
+#include <array>
+#include <random>
+#include <set>
+#include <utility>
+#include <vector>
+
+using namespace MIREL25D;
+
+namespace {
+
+using Kernel = CGAL::Exact_predicates_inexact_constructions_kernel;
+using CgalDelaunay = CGAL::Delaunay_triangulation_2<Kernel>;
+using XY = std::pair<double, double>;
+using TriangleKey = std::array<XY, 3>; // corners sorted, orientation-free
+
+TriangleKey makeKey(XY a, XY b, XY c)
+{
+	TriangleKey key{{a, b, c}};
+	std::sort(key.begin(), key.end());
+	return key;
+}
+
+std::set<TriangleKey> mirelTriangles(Mirel_2D& dt)
+{
+	std::vector<Triangle2*> vT;
+	dt.getTrianglePointers(vT);
+	std::set<TriangleKey> s;
+	for(Triangle2* pT : vT)
+	{
+		const Point2* a(pT->getCorner(0));
+		const Point2* b(pT->getCorner(1));
+		const Point2* c(pT->getCorner(2));
+		s.insert(makeKey(XY(a->x(), a->y()), XY(b->x(), b->y()), XY(c->x(), c->y())));
+	}
+	return s;
+}
+
+std::set<TriangleKey> cgalTriangles(const CgalDelaunay& cgal)
+{
+	std::set<TriangleKey> s;
+	for(auto f = cgal.finite_faces_begin(); f != cgal.finite_faces_end(); ++f)
+	{
+		const auto& a(f->vertex(0)->point());
+		const auto& b(f->vertex(1)->point());
+		const auto& c(f->vertex(2)->point());
+		s.insert(makeKey(XY(a.x(), a.y()), XY(b.x(), b.y()), XY(c.x(), c.y())));
+	}
+	return s;
+}
+
+std::vector<Point2> randomPoints(std::mt19937& rng, size_t n, double offset)
+{
+	std::uniform_real_distribution<double> d(0.0, 1.0);
+	std::vector<Point2> v;
+	for(size_t i = 0; i < n; ++i) v.push_back(Point2(offset + d(rng), offset + d(rng), d(rng)));
+	return v;
+}
+
+TEST(CgalDelaunay, SameTrianglesAsCgal)
+{
+	std::mt19937 rng(7);
+	for(size_t n : {10u, 1000u, 20000u})
+	{
+		for(double offset : {0.0, 1e6})
+		{
+			std::vector<Point2> v(randomPoints(rng, n, offset));
+			Mirel_2D dt(static_cast<unsigned>(n));
+			dt.insert(v);
+			CgalDelaunay cgal;
+			for(const Point2& p : v) cgal.insert(Kernel::Point_2(p.x(), p.y()));
+			std::set<TriangleKey> sMirel(mirelTriangles(dt));
+			ASSERT_EQ(sMirel.size(), cgal.number_of_faces()) << n;
+			ASSERT_TRUE(sMirel == cgalTriangles(cgal)) << n << " " << offset;
+		}
+	}
+}
+
+TEST(CgalDelaunay, SameTrianglesAfterRemovals)
+{
+	std::mt19937 rng(8);
+	std::vector<Point2> v(randomPoints(rng, 3000, 0.0));
+	Mirel_2D dt(3000);
+	std::vector<Point2*> vHandles;
+	dt.insert(v, vHandles);
+	CgalDelaunay cgal;
+	std::vector<CgalDelaunay::Vertex_handle> vCgalHandles;
+	for(const Point2& p : v) vCgalHandles.push_back(cgal.insert(Kernel::Point_2(p.x(), p.y())));
+	// Every third point, hull vertices among them.
+	for(size_t i = 0; i < v.size(); i += 3)
+	{
+		dt.remove(vHandles[i]);
+		cgal.remove(vCgalHandles[i]);
+	}
+	ASSERT_TRUE(mirelTriangles(dt) == cgalTriangles(cgal));
+}
+
+} // namespace

@@ -1,0 +1,592 @@
+// Properties of the triangulation checked by a validator of its own (exact
+// rational predicates, no library predicate): counterclockwise triangles,
+// mutual neighbour links, valid incident triangles, the exact empty-circle
+// property, the count 2n-2-h and the handles; over random and degenerate
+// batches, after removals interleaved with insertions, and for the queries.
+#include "Dt2.h"
+#include "MirelException.h"
+#include "Mirel_2D.h"
+#include <gmpxx.h>
+#include <gtest/gtest.h>
+#include <algorithm>
+#include <cmath>
+#include <fstream>
+#include <map>
+#include <random>
+#include <set>
+#include <utility>
+#include <vector>
+
+using namespace MIREL25D;
+
+namespace {
+
+int exactOrientation(const Point2& a, const Point2& b, const Point2& c)
+{
+	mpq_class ax(a.x()), ay(a.y()), bx(b.x()), by(b.y()), cx(c.x()), cy(c.y());
+	mpq_class det((ax - cx) * (by - cy) - (ay - cy) * (bx - cx));
+	return sgn(det); // 1: counterclockwise
+}
+
+// > 0: d strictly inside the circumcircle of the counterclockwise a, b, c.
+int exactInCircle(const Point2& a, const Point2& b, const Point2& c, const Point2& d)
+{
+	mpq_class adx(mpq_class(a.x()) - d.x()), ady(mpq_class(a.y()) - d.y());
+	mpq_class bdx(mpq_class(b.x()) - d.x()), bdy(mpq_class(b.y()) - d.y());
+	mpq_class cdx(mpq_class(c.x()) - d.x()), cdy(mpq_class(c.y()) - d.y());
+	mpq_class la(adx * adx + ady * ady), lb(bdx * bdx + bdy * bdy), lc(cdx * cdx + cdy * cdy);
+	mpq_class det(adx * (bdy * lc - lb * cdy) - ady * (bdx * lc - lb * cdx) + la * (bdx * cdy - bdy * cdx));
+	return sgn(det);
+}
+
+// Hull places of a point set, collinear border points included (monotone chain).
+size_t countHullPlaces(std::vector<Point2> vPoints)
+{
+	std::sort(vPoints.begin(), vPoints.end());
+	vPoints.erase(std::unique(vPoints.begin(), vPoints.end()), vPoints.end());
+	if(vPoints.size() < 3) return vPoints.size();
+	std::vector<Point2> vHull;
+	for(int pass = 0; pass < 2; ++pass)
+	{
+		size_t base(vHull.size());
+		for(const Point2& p : vPoints)
+		{
+			while(vHull.size() >= base + 2 && exactOrientation(vHull[vHull.size() - 2], vHull.back(), p) < 0) vHull.pop_back();
+			vHull.push_back(p);
+		}
+		vHull.pop_back();
+		std::reverse(vPoints.begin(), vPoints.end());
+	}
+	return vHull.size();
+}
+
+// Validates the whole mesh against the places that must be its vertices.
+void validate(Mirel_2D& dt, const std::vector<Point2>& vExpectedPlaces)
+{
+	std::vector<Triangle2*> vT;
+	dt.getTrianglePointers(vT);
+	std::vector<Point2*> vVtx;
+	dt.getVertexPointers(vVtx);
+	ASSERT_EQ(vT.size(), dt.numberOfTriangles());
+	ASSERT_EQ(vVtx.size(), dt.numberOfPoints());
+
+	std::set<Point2> sExpected(vExpectedPlaces.begin(), vExpectedPlaces.end());
+	ASSERT_EQ(vVtx.size(), sExpected.size());
+	std::set<Point2> sVtxPlaces;
+	for(Point2* pVtx : vVtx) sVtxPlaces.insert(*pVtx);
+	ASSERT_TRUE(sVtxPlaces == sExpected);
+
+	size_t h(countHullPlaces(vExpectedPlaces));
+	size_t n(sExpected.size());
+	bool bFlat(true); // all places on one line
+	if(n >= 3)
+	{
+		const Point2& a(*sExpected.begin());
+		const Point2& b(*std::next(sExpected.begin()));
+		for(const Point2& c : sExpected) bFlat = bFlat && exactOrientation(a, b, c) == 0;
+	}
+	if(bFlat)
+	{
+		ASSERT_EQ(vT.size(), 0u);
+		ASSERT_FALSE(dt.hasArea());
+		for(Point2* pVtx : vVtx) ASSERT_EQ(pVtx->getIncidentTriangle(), nullptr);
+		return;
+	}
+	ASSERT_TRUE(dt.hasArea());
+	ASSERT_EQ(vT.size(), 2 * n - 2 - h);
+
+	std::set<const Triangle2*> sLive(vT.begin(), vT.end());
+	std::set<const Point2*> sCorners;
+	size_t numHullEdges(0);
+	for(Triangle2* pT : vT)
+	{
+		for(int i = 0; i < 3; ++i) sCorners.insert(pT->getCorner(i));
+		ASSERT_EQ(exactOrientation(*pT->getCorner(0), *pT->getCorner(1), *pT->getCorner(2)), 1);
+		for(int i = 0; i < 3; ++i)
+		{
+			Triangle2* pN(pT->getOppositeTriangle(i));
+			if(pN == nullptr)
+			{
+				++numHullEdges;
+				continue;
+			}
+			ASSERT_EQ(sLive.count(pN), 1u);
+			int j(-1);
+			for(int k = 0; k < 3; ++k)
+				if(pN->getOppositeTriangle(k) == pT) j = k;
+			ASSERT_GE(j, 0) << "neighbour does not point back";
+			ASSERT_EQ(pN->getCorner((j + 1) % 3), pT->getCorner((i + 2) % 3));
+			ASSERT_EQ(pN->getCorner((j + 2) % 3), pT->getCorner((i + 1) % 3));
+			ASSERT_LE(exactInCircle(*pT->getCorner(0), *pT->getCorner(1), *pT->getCorner(2), *pN->getCorner(j)), 0) << "edge not Delaunay";
+		}
+	}
+	ASSERT_EQ(numHullEdges, h);
+	ASSERT_EQ(sCorners.size(), vVtx.size());
+	for(Point2* pVtx : vVtx)
+	{
+		ASSERT_EQ(sCorners.count(pVtx), 1u);
+		Triangle2* pInc(pVtx->getIncidentTriangle());
+		ASSERT_EQ(sLive.count(pInc), 1u);
+		ASSERT_TRUE(pInc->hasVertex(pVtx));
+	}
+}
+
+// Handles in input order: each maps to the vertex at its place, which carries
+// the first z given there; equal places share one vertex.
+void checkHandles(const std::vector<Point2>& vPoints, const std::vector<Point2*>& vHandles)
+{
+	ASSERT_EQ(vPoints.size(), vHandles.size());
+	std::map<Point2, std::pair<double, Point2*>> mFirst;
+	for(size_t i = 0; i < vPoints.size(); ++i)
+	{
+		ASSERT_NE(vHandles[i], nullptr);
+		ASSERT_TRUE(*vHandles[i] == vPoints[i]);
+		auto ins(mFirst.insert(std::make_pair(vPoints[i], std::make_pair(vPoints[i].z(), vHandles[i]))));
+		ASSERT_EQ(ins.first->second.second, vHandles[i]);
+		ASSERT_EQ(vHandles[i]->z(), ins.first->second.first);
+	}
+}
+
+std::vector<Point2> uniformPoints(std::mt19937& rng, size_t n, double lo, double hi)
+{
+	std::uniform_real_distribution<double> d(lo, hi);
+	std::vector<Point2> v;
+	for(size_t i = 0; i < n; ++i) v.push_back(Point2(d(rng), d(rng), double(i)));
+	return v;
+}
+
+std::vector<Point2> clusteredPoints(std::mt19937& rng, size_t n)
+{
+	std::uniform_real_distribution<double> centre(0.0, 1000.0);
+	std::normal_distribution<double> spread(0.0, 0.01);
+	std::vector<Point2> v;
+	for(size_t c = 0; c < 8; ++c)
+	{
+		double cx(centre(rng)), cy(centre(rng));
+		for(size_t i = 0; i < n / 8; ++i) v.push_back(Point2(cx + spread(rng), cy + spread(rng), double(v.size())));
+	}
+	return v;
+}
+
+std::vector<Point2> gridPoints(int nx, int ny, double step, double offset)
+{
+	std::vector<Point2> v;
+	for(int i = 0; i < nx; ++i)
+		for(int j = 0; j < ny; ++j) v.push_back(Point2(offset + i * step, offset + j * step, double(i - j)));
+	return v;
+}
+
+// Exactly cocircular integer points: Pythagorean directions on a radius that
+// all their hypotenuses divide, times scale.
+std::vector<Point2> circlePoints(size_t n, double scale)
+{
+	const double r(12882250225.0 * scale);
+	std::vector<Point2> v;
+	const int aTriples[][3] = {{3, 4, 5}, {5, 12, 13}, {8, 15, 17}, {7, 24, 25}, {20, 21, 29}, {12, 35, 37}, {9, 40, 41}, {28, 45, 53}};
+	for(const auto& t : aTriples)
+	{
+		double s(r / t[2]);
+		for(int sx = -1; sx <= 1; sx += 2)
+			for(int sy = -1; sy <= 1; sy += 2)
+			{
+				v.push_back(Point2(sx * t[0] * s, sy * t[1] * s, 0.0));
+				v.push_back(Point2(sx * t[1] * s, sy * t[0] * s, 0.0));
+			}
+	}
+	v.push_back(Point2(r, 0, 0));
+	v.push_back(Point2(-r, 0, 0));
+	v.push_back(Point2(0, r, 0));
+	v.push_back(Point2(0, -r, 0));
+	if(v.size() > n) v.resize(n);
+	return v;
+}
+
+std::vector<Point2> collinearRuns(std::mt19937& rng, size_t n)
+{
+	std::uniform_int_distribution<int> d(-50, 50);
+	std::vector<Point2> v;
+	for(size_t i = 0; i < n; ++i)
+	{
+		int t(d(rng));
+		switch(i % 3)
+		{
+			case 0: v.push_back(Point2(t, 2 * t + 1, 1.0)); break; // on y = 2x + 1
+			case 1: v.push_back(Point2(t, -t, 2.0)); break; // on y = -x
+			default: v.push_back(Point2(d(rng), 7, 3.0)); break; // on y = 7
+		}
+	}
+	return v;
+}
+
+std::vector<Point2> withDuplicates(std::mt19937& rng, std::vector<Point2> v)
+{
+	std::uniform_int_distribution<size_t> pick(0, v.size() - 1);
+	size_t n(v.size());
+	for(size_t i = 0; i < n; ++i)
+	{
+		Point2 p(v[pick(rng)]);
+		p.setZ(-1000.0 - double(i)); // a later copy: its z must not win
+		v.push_back(p);
+	}
+	std::shuffle(v.begin() + long(n / 2), v.end(), rng);
+	return v;
+}
+
+void triangulateAndValidate(const std::vector<Point2>& vPoints)
+{
+	Mirel_2D dt(static_cast<unsigned>(vPoints.size()));
+	std::vector<Point2*> vHandles;
+	dt.insert(vPoints, vHandles);
+	checkHandles(vPoints, vHandles);
+	validate(dt, vPoints);
+}
+
+// ---------------------------------------------------------------------------
+
+TEST(DelaunayProperties, RandomBatches)
+{
+	std::mt19937 rng(11);
+	for(size_t n : {3u, 4u, 10u, 100u, 2000u}) triangulateAndValidate(uniformPoints(rng, n, 0.0, 1.0));
+	triangulateAndValidate(clusteredPoints(rng, 2000));
+	triangulateAndValidate(uniformPoints(rng, 1500, 1e9, 1e9 + 1.0)); // large offset, tiny spread
+}
+
+TEST(DelaunayProperties, DegenerateBatches)
+{
+	std::mt19937 rng(12);
+	triangulateAndValidate(gridPoints(30, 30, 1.0, 0.0));
+	triangulateAndValidate(gridPoints(20, 25, 0.5, 1e9));
+	triangulateAndValidate(circlePoints(64, 1.0));
+	{
+		std::vector<Point2> v(circlePoints(64, 2.0));
+		v.push_back(Point2(0, 0, 9)); // the common centre
+		triangulateAndValidate(v);
+	}
+	triangulateAndValidate(collinearRuns(rng, 300));
+	triangulateAndValidate(withDuplicates(rng, gridPoints(12, 12, 1.0, 0.0)));
+	triangulateAndValidate(withDuplicates(rng, uniformPoints(rng, 500, -1.0, 1.0)));
+	// All collinear, then all at one place: no triangle.
+	triangulateAndValidate(std::vector<Point2>{Point2(0, 0, 1), Point2(1, 1, 2), Point2(2, 2, 3), Point2(1, 1, 4)});
+	triangulateAndValidate(std::vector<Point2>(5, Point2(3, 3, 3)));
+}
+
+TEST(DelaunayProperties, MixedBatchesAndSinglePoints)
+{
+	std::mt19937 rng(13);
+	Mirel_2D dt(10);
+	std::vector<Point2> vAll;
+	for(int round = 0; round < 6; ++round)
+	{
+		std::vector<Point2> v;
+		if(round % 3 == 0) v = uniformPoints(rng, 200, -10.0 * (round + 1), 10.0 * (round + 1)); // the box grows
+		else if(round % 3 == 1) v = withDuplicates(rng, gridPoints(8, 8, 2.0, -5.0));
+		else v = collinearRuns(rng, 60);
+		std::vector<Point2*> vHandles;
+		dt.insert(v, vHandles);
+		// Earlier rounds may already hold a place: its first z stays.
+		std::vector<Point2> vCombined(vAll);
+		vCombined.insert(vCombined.end(), v.begin(), v.end());
+		std::vector<Point2*> vCombinedHandles;
+		for(const Point2& p : vAll) vCombinedHandles.push_back(dt.insert(p));
+		vCombinedHandles.insert(vCombinedHandles.end(), vHandles.begin(), vHandles.end());
+		checkHandles(vCombined, vCombinedHandles);
+		vAll = vCombined;
+		validate(dt, vAll);
+		Point2 single(double(round) * 7.5, -3.0, 42.0);
+		Point2* pSingle(dt.insert(single));
+		vAll.push_back(single);
+		ASSERT_TRUE(*pSingle == single);
+		validate(dt, vAll);
+	}
+}
+
+// ---------------------------------------------------------------------------
+// Removal
+
+// Removes the vertex at vPlaces[idx] (found through locate and the triangle's
+// corners) and keeps vPlaces in step.
+void removePlace(Mirel_2D& dt, std::vector<Point2>& vPlaces, size_t idx)
+{
+	Triangle2* pT(dt.locate(vPlaces[idx]));
+	ASSERT_NE(pT, nullptr);
+	Point2* pVtx(nullptr);
+	for(int i = 0; i < 3; ++i)
+		if(*pT->getCorner(i) == vPlaces[idx]) pVtx = pT->getCorner(i);
+	ASSERT_NE(pVtx, nullptr);
+	dt.remove(pVtx);
+	vPlaces.erase(vPlaces.begin() + long(idx));
+}
+
+std::vector<Point2> distinctPlaces(const std::vector<Point2>& v)
+{
+	std::set<Point2> s(v.begin(), v.end());
+	return std::vector<Point2>(s.begin(), s.end());
+}
+
+TEST(DelaunayProperties, RemovalInterleavedWithInsertion)
+{
+	std::mt19937 rng(21);
+	for(int kind = 0; kind < 3; ++kind)
+	{
+		Mirel_2D dt(100);
+		std::vector<Point2> vPlaces;
+		for(int round = 0; round < 8; ++round)
+		{
+			std::vector<Point2> v;
+			if(kind == 0) v = uniformPoints(rng, 150, 0.0, 100.0);
+			else if(kind == 1) v = gridPoints(10, 10, 1.0, double(round % 3)); // overlapping grids: many cocircular holes
+			else v = circlePoints(40, 1.0 + round);
+			dt.insert(v);
+			vPlaces = distinctPlaces([&]() {
+				std::vector<Point2> w(vPlaces);
+				w.insert(w.end(), v.begin(), v.end());
+				return w;
+			}());
+			std::uniform_int_distribution<size_t> pick(0, vPlaces.size() - 1);
+			for(int r = 0; r < 40 && vPlaces.size() > 3; ++r)
+			{
+				removePlace(dt, vPlaces, pick(rng) % vPlaces.size());
+				if(r % 10 == 0) validate(dt, vPlaces);
+			}
+			validate(dt, vPlaces);
+			ASSERT_TRUE(dt.checkValidity(true, "interleaved"));
+		}
+	}
+}
+
+TEST(DelaunayProperties, RemovingHullVerticesAndAllButAFew)
+{
+	std::mt19937 rng(22);
+	for(int kind = 0; kind < 2; ++kind)
+	{
+		Mirel_2D dt(100);
+		std::vector<Point2> vPlaces(kind == 0 ? uniformPoints(rng, 300, -1.0, 1.0) : gridPoints(12, 12, 1.0, 0.0));
+		dt.insert(vPlaces);
+		vPlaces = distinctPlaces(vPlaces);
+		// Peel the hull (collinear hull vertices included) several times.
+		for(int layer = 0; layer < 4; ++layer)
+		{
+			std::vector<Point2*> vHull;
+			dt.getConvexHull(true, vHull);
+			std::vector<Point2> vHullPlaces;
+			for(Point2* p : vHull) vHullPlaces.push_back(*p);
+			for(size_t k = 0; k < vHullPlaces.size(); k += 2)
+			{
+				auto it(std::find(vPlaces.begin(), vPlaces.end(), vHullPlaces[k]));
+				ASSERT_NE(it, vPlaces.end());
+				removePlace(dt, vPlaces, size_t(it - vPlaces.begin()));
+			}
+			validate(dt, vPlaces);
+		}
+		// Down to three, then two (no triangle left), then insertion starts over.
+		while(vPlaces.size() > 2)
+		{
+			std::uniform_int_distribution<size_t> pick(0, vPlaces.size() - 1);
+			removePlace(dt, vPlaces, pick(rng));
+			if(vPlaces.size() < 12) validate(dt, vPlaces);
+		}
+		std::vector<Point2*> vLeft;
+		dt.getVertexPointers(vLeft);
+		ASSERT_EQ(vLeft.size(), 2u);
+		dt.remove(vLeft[0]);
+		vPlaces.erase(std::find(vPlaces.begin(), vPlaces.end(), *vLeft[0]));
+		validate(dt, vPlaces);
+		std::vector<Point2> vNew(uniformPoints(rng, 50, 5.0, 6.0));
+		dt.insert(vNew);
+		vPlaces.insert(vPlaces.end(), vNew.begin(), vNew.end());
+		validate(dt, vPlaces);
+	}
+}
+
+TEST(DelaunayProperties, RemovingTheLastPointOffALineLeavesNoTriangle)
+{
+	Mirel_2D dt(10);
+	std::vector<Point2> v;
+	for(int i = 0; i < 6; ++i) v.push_back(Point2(i, 0, 0));
+	Point2* pApex(dt.insert(Point2(2.5, 1.0, 0)));
+	dt.insert(v);
+	ASSERT_EQ(dt.numberOfTriangles(), 5u);
+	dt.remove(pApex);
+	validate(dt, v);
+	// And the cocircular centre of a circle: degree 33, all candidates tie.
+	std::vector<Point2> vCircle(circlePoints(64, 2.0));
+	Mirel_2D dt2(10);
+	Point2* pCentre(dt2.insert(Point2(0, 0, 0)));
+	dt2.insert(vCircle);
+	dt2.remove(pCentre);
+	validate(dt2, vCircle);
+}
+
+TEST(DelaunayProperties, RemoveRejectsBadArgumentsAndLeavesTheMeshAlone)
+{
+	Mirel_2D dt(10);
+	std::vector<Point2> v(gridPoints(4, 4, 1.0, 0.0));
+	dt.insert(v);
+	size_t numT(dt.numberOfTriangles());
+	testing::internal::CaptureStdout();
+	dt.remove(nullptr);
+	Point2 stranger(0.0, 0.0, 0.0); // same place, but not a vertex of this mesh
+	dt.remove(&stranger);
+	std::string out(testing::internal::GetCapturedStdout());
+	EXPECT_NE(out.find("Dt2::remove(..), WARNING: pVtx==NULL, illegal, return."), std::string::npos);
+	EXPECT_NE(out.find("vertex does not belong to the triangulation, return"), std::string::npos);
+	EXPECT_EQ(dt.numberOfTriangles(), numT);
+	validate(dt, v);
+}
+
+// ---------------------------------------------------------------------------
+// Queries
+
+TEST(DelaunayProperties, LocateOnHullAndJustOutside)
+{
+	Mirel_2D dt(10);
+	EXPECT_EQ(dt.locate(Point2(0, 0, 0)), nullptr); // no triangle yet
+	std::vector<Point2> v(gridPoints(5, 5, 1.0, 0.0));
+	dt.insert(v);
+	for(double t : {0.0, 0.5, 1.5, 4.0})
+	{
+		Triangle2* pT(dt.locate(Point2(t, 0.0, 0.0)));
+		ASSERT_NE(pT, nullptr) << t;
+		EXPECT_GE(exactOrientation(*pT->getCorner(0), *pT->getCorner(1), Point2(t, 0.0, 0.0)), 0);
+		EXPECT_EQ(dt.locate(Point2(t, std::nextafter(0.0, -1.0), 0.0)), nullptr) << t;
+		EXPECT_EQ(dt.locate(Point2(std::nextafter(4.0, 5.0), t, 0.0)), nullptr) << t;
+	}
+	EXPECT_EQ(dt.locate(Point2(5.0, 0.0, 0.0)), nullptr); // on the hull line beyond its end
+	EXPECT_EQ(dt.locate(Point2(1e300, -1e300, 0.0)), nullptr); // far outside: the range widens
+	// Strictly inside: every located triangle contains the point (closed).
+	std::mt19937 rng(31);
+	std::uniform_real_distribution<double> d(0.0, 4.0);
+	for(int i = 0; i < 200; ++i)
+	{
+		Point2 q(d(rng), d(rng), 0.0);
+		Triangle2* pT(dt.locate(q));
+		ASSERT_NE(pT, nullptr);
+		for(int k = 0; k < 3; ++k) ASSERT_GE(exactOrientation(*pT->getCorner((k + 1) % 3), *pT->getCorner((k + 2) % 3), q), 0);
+	}
+}
+
+TEST(DelaunayProperties, AdjacencyIncidenceAndHull)
+{
+	std::mt19937 rng(41);
+	std::vector<Point2> v(uniformPoints(rng, 300, 0.0, 1.0));
+	std::vector<Point2> vGrid(gridPoints(6, 6, 1.0, 10.0)); // a straight hull with collinear vertices
+	for(const std::vector<Point2>* pSet : {&v, &vGrid})
+	{
+		Mirel_2D dt(100);
+		dt.insert(*pSet);
+		std::vector<Triangle2*> vT;
+		dt.getTrianglePointers(vT);
+		std::map<Point2*, size_t> mDegreeT;
+		for(Triangle2* pT : vT)
+		{
+			for(int i = 0; i < 3; ++i)
+			{
+				Point2* a(pT->getCorner((i + 1) % 3));
+				Point2* b(pT->getCorner((i + 2) % 3));
+				EXPECT_EQ(dt.getAdjacentTriangle(a, b), pT);
+				EXPECT_EQ(dt.getAdjacentTriangle(b, a), pT->getOppositeTriangle(i)); // null on the hull
+				++mDegreeT[pT->getCorner(i)];
+			}
+		}
+		Point2* pFar(nullptr);
+		for(auto& entry : mDegreeT)
+		{
+			Point2* pVtx(entry.first);
+			std::vector<Triangle2*> vInc;
+			dt.getIncidentTriangles(pVtx, vInc);
+			std::set<Triangle2*> sInc(vInc.begin(), vInc.end());
+			ASSERT_EQ(vInc.size(), entry.second);
+			ASSERT_EQ(sInc.size(), entry.second); // each once, hull vertices included
+			ASSERT_EQ(vInc[0], pVtx->getIncidentTriangle());
+			for(Triangle2* pT : vInc) ASSERT_TRUE(pT->hasVertex(pVtx));
+			std::vector<Point2*> vNeigh;
+			dt.getIncidentVertices(pVtx, vNeigh);
+			std::set<Point2*> sNeigh(vNeigh.begin(), vNeigh.end());
+			ASSERT_EQ(sNeigh.size(), vNeigh.size());
+			for(Point2* q : vNeigh)
+			{
+				ASSERT_TRUE(dt.getAdjacentTriangle(pVtx, q) != nullptr || dt.getAdjacentTriangle(q, pVtx) != nullptr);
+			}
+			// Interior vertices have as many neighbours as triangles, hull ones one more.
+			ASSERT_TRUE(vNeigh.size() == entry.second || vNeigh.size() == entry.second + 1);
+			if(pFar == nullptr) pFar = pVtx;
+		}
+		// Two vertices without a common edge.
+		std::vector<Point2*> vNeigh;
+		dt.getIncidentVertices(pFar, vNeigh);
+		for(auto& entry : mDegreeT)
+		{
+			if(entry.first != pFar && std::find(vNeigh.begin(), vNeigh.end(), entry.first) == vNeigh.end())
+			{
+				EXPECT_EQ(dt.getAdjacentTriangle(pFar, entry.first), nullptr);
+				break;
+			}
+		}
+
+		std::vector<Point2*> vAll, vCorners;
+		dt.getConvexHull(true, vAll);
+		dt.getConvexHull(false, vCorners);
+		ASSERT_EQ(vAll.size(), countHullPlaces(*pSet));
+		// Consecutive hull vertices are hull edges (counterclockwise: triangle on the left).
+		for(size_t k = 0; k < vAll.size(); ++k)
+		{
+			Point2* a(vAll[k]);
+			Point2* b(vAll[(k + 1) % vAll.size()]);
+			EXPECT_NE(dt.getAdjacentTriangle(a, b), nullptr);
+			EXPECT_EQ(dt.getAdjacentTriangle(b, a), nullptr);
+		}
+		for(size_t k = 0; k < vCorners.size(); ++k)
+		{
+			size_t m(vCorners.size());
+			EXPECT_EQ(exactOrientation(*vCorners[(k + m - 1) % m], *vCorners[k], *vCorners[(k + 1) % m]), 1);
+		}
+		if(pSet == &vGrid)
+		{
+			EXPECT_EQ(vCorners.size(), 4u);
+		}
+	}
+}
+
+TEST(DelaunayProperties, QueryMessagesAndCounts)
+{
+	Mirel_2D dt(10);
+	std::vector<Point2*> vHull;
+	testing::internal::CaptureStdout();
+	dt.getConvexHull(true, vHull);
+	EXPECT_TRUE(dt.checkValidity(true, "empty"));
+	std::string out(testing::internal::GetCapturedStdout());
+	EXPECT_NE(out.find("Dt2::getConvexHull(), WARNING: the triangulation has no area yet"), std::string::npos);
+	EXPECT_NE(out.find("not fulldimensional yet (empty or all points collinear), Returning true"), std::string::npos);
+	EXPECT_TRUE(vHull.empty());
+	EXPECT_FALSE(dt.is2D());
+	EXPECT_THROW(dt.getAdjacentTriangle(nullptr, nullptr), MirelException);
+
+	dt.insert(gridPoints(3, 3, 1.0, 0.0));
+	EXPECT_TRUE(dt.is2D());
+	EXPECT_EQ(dt.numberOfTriangles(), 8u);
+	testing::internal::CaptureStdout();
+	dt.statistics("grid");
+	out = testing::internal::GetCapturedStdout();
+	EXPECT_EQ(out.find("\n\n\n********* MESH STATISTICS (grid) **********\n\n"), 0u);
+	EXPECT_NE(out.find("INTERIOR ANGLES"), std::string::npos);
+	EXPECT_NE(out.find("Number of triangles: 8"), std::string::npos);
+
+	// A broken link is found and reported.
+	std::vector<Triangle2*> vT;
+	dt.getTrianglePointers(vT);
+	Triangle2* pT(vT[0]);
+	int i(pT->getOppositeTriangle(0) != nullptr ? 0 : (pT->getOppositeTriangle(1) != nullptr ? 1 : 2));
+	Triangle2* pSaved(pT->getOppositeTriangle(i));
+	pT->setOppTriangle(i, nullptr);
+	testing::internal::CaptureStdout();
+	EXPECT_FALSE(dt.checkValidity(false, "broken"));
+	out = testing::internal::GetCapturedStdout();
+	EXPECT_NE(out.find("Inconsistent neighborships:"), std::string::npos);
+	EXPECT_NE(out.find("\ncheckValidity, bug, name=broken"), std::string::npos);
+	std::ifstream picture("checkValidityFail_broken.ps");
+	EXPECT_TRUE(picture.good());
+	pT->setOppTriangle(i, pSaved);
+	EXPECT_TRUE(dt.checkValidity(true, "repaired"));
+}
+
+} // namespace

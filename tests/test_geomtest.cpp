@@ -1,0 +1,467 @@
+#include "GeomTest.h"
+#include "tools.h"
+#include <gtest/gtest.h>
+#include <gmpxx.h>
+#include <cfenv>
+#include <cmath>
+#include <random>
+#include <thread>
+#include <vector>
+
+using namespace MIREL25D;
+
+// Reference signs computed here with GMP, independently of GeomTest.
+namespace {
+mpq_class Q(double d) { return mpq_class(d); }
+Orientation2 exactOrientation(const Point2& a, const Point2& b, const Point2& c)
+{
+	int s(sgn((Q(a.x()) - Q(c.x())) * (Q(b.y()) - Q(c.y())) - (Q(a.y()) - Q(c.y())) * (Q(b.x()) - Q(c.x()))));
+	return s > 0 ? ORIENTATION2_CCW : (s < 0 ? ORIENTATION2_CW : ORIENTATION2_COLLINEAR);
+}
+CircleIncidence2 exactInCircle(const Point2& a, const Point2& b, const Point2& c, const Point2& d)
+{
+	// Lifted 3x3 determinant with rows (x-dx, y-dy, |.|^2), positive inside for a CCW triangle.
+	mpq_class m[3][3];
+	const Point2* p[3] = {&a, &b, &c};
+	for(int i = 0; i < 3; ++i)
+	{
+		m[i][0] = Q(p[i]->x()) - Q(d.x());
+		m[i][1] = Q(p[i]->y()) - Q(d.y());
+		m[i][2] = m[i][0] * m[i][0] + m[i][1] * m[i][1];
+	}
+	mpq_class det(m[0][0] * (m[1][1] * m[2][2] - m[1][2] * m[2][1]) - m[0][1] * (m[1][0] * m[2][2] - m[1][2] * m[2][0]) +
+		m[0][2] * (m[1][0] * m[2][1] - m[1][1] * m[2][0]));
+	return sgn(det) > 0 ? CINC2_INCIRCLE : (sgn(det) < 0 ? CINC2_OUTCIRCLE : CINC2_ONCIRCLE);
+}
+// r is the double nearest to q when no neighbour of r is nearer.
+bool isNearest(double r, const mpq_class& q)
+{
+	mpq_class err(abs(q - Q(r)));
+	return err <= abs(q - Q(std::nextafter(r, INFINITY))) && err <= abs(q - Q(std::nextafter(r, -INFINITY)));
+}
+Point2 P(double x, double y, double z = 0) { return Point2(x, y, z); }
+// Orientation answers of a GeomTest for a triple in all six orders must agree with the reference.
+void expectOrientationExact(GeomTest& gt, const Point2& a, const Point2& b, const Point2& c)
+{
+	Orientation2 expected(exactOrientation(a, b, c));
+	Orientation2 flipped(expected == ORIENTATION2_COLLINEAR ? expected : (expected == ORIENTATION2_CCW ? ORIENTATION2_CW : ORIENTATION2_CCW));
+	ASSERT_EQ(gt.getOrientation2(&a, &b, &c), expected) << std::hexfloat << a << " " << b << " " << c;
+	ASSERT_EQ(gt.getOrientation2(&b, &c, &a), expected);
+	ASSERT_EQ(gt.getOrientation2(&c, &a, &b), expected);
+	ASSERT_EQ(gt.getOrientation2(&b, &a, &c), flipped);
+	ASSERT_EQ(gt.getOrientation2(&a, &c, &b), flipped);
+	ASSERT_EQ(gt.getOrientation2(&c, &b, &a), flipped);
+}
+} // namespace
+
+TEST(GeomTestOrientation, AxisParallelAndCoincidentPointsAreCollinear)
+{
+	GeomTest gt;
+	Point2 a(P(0.1, 5)), b(P(0.1, -3)), c(P(0.1, 1e-300)), d(P(7, 0.3)), e(P(-2e5, 0.3));
+	EXPECT_EQ(gt.getOrientation2(&a, &b, &c), ORIENTATION2_COLLINEAR);
+	EXPECT_EQ(gt.getOrientation2(&d, &e, &d), ORIENTATION2_COLLINEAR);
+	EXPECT_EQ(gt.getOrientation2(&a, &a, &d), ORIENTATION2_COLLINEAR);
+	Point2 f(P(0.3 + 0.1 * 1e6, 0.3));
+	EXPECT_EQ(gt.getOrientation2(&d, &e, &f), ORIENTATION2_COLLINEAR);
+}
+
+TEST(GeomTestOrientation, PointsOnLinesBuiltInDoublesAtManyScales)
+{
+	std::mt19937_64 rng(17);
+	std::uniform_real_distribution<double> unit(-1, 1), param(-0.5, 1.5);
+	for(double scale : {1e-3, 1.0, 1e7, 1e9})
+	{
+		GeomTest gt;
+		gt.setStaticBound_MT(2 * scale);
+		for(int i = 0; i < 3000; ++i)
+		{
+			Point2 p(P(scale * unit(rng), scale * unit(rng))), q(P(scale * unit(rng), scale * unit(rng)));
+			double t(param(rng));
+			Point2 r(P(p.x() + t * (q.x() - p.x()), p.y() + t * (q.y() - p.y())));
+			expectOrientationExact(gt, p, q, r);
+		}
+	}
+}
+
+TEST(GeomTestOrientation, UlpOffsetsAroundLargeCoordinates)
+{
+	for(double base : {1e7, 1e9})
+	{
+		GeomTest gt;
+		gt.setStaticBound_MT(3 * base);
+		Point2 a(P(base, base)), b(P(3 * base, 2 * base + 0.5));
+		for(double t : {2.0, 0.25, 1.0 / 3.0})
+		{
+			double x0(base + t * 2 * base), y0(base + t * (base + 0.5));
+			for(int i = -3; i <= 3; ++i)
+				for(int j = -3; j <= 3; ++j)
+				{
+					double x(x0), y(y0);
+					for(int k = 0; k < std::abs(i); ++k) x = std::nextafter(x, i > 0 ? INFINITY : -INFINITY);
+					for(int k = 0; k < std::abs(j); ++k) y = std::nextafter(y, j > 0 ? INFINITY : -INFINITY);
+					expectOrientationExact(gt, a, b, P(x, y));
+				}
+		}
+	}
+}
+
+TEST(GeomTestOrientation, ExactlyCollinearWithInexactDifferences)
+{
+	// y = m x + k with x of very different magnitudes: the differences round, so
+	// only correctly directed rounding keeps the interval stage from deciding.
+	// Scaled by 2^-540, the products fall into the subnormal range.
+	std::mt19937_64 rng(5);
+	std::uniform_int_distribution<long> mant(1, (1L << 40)), slope(-7, 7), expo(-30, 8);
+	for(int scaleExp : {0, -540})
+	{
+		GeomTest gt;
+		gt.setStaticBound_MT(std::ldexp(1e16, scaleExp));
+		for(int tested = 0; tested < 3000;)
+		{
+			long m(slope(rng)), k(slope(rng) * 1000);
+			Point2 pts[3];
+			for(Point2& p : pts)
+			{
+				double x(std::ldexp(double(mant(rng)), int(expo(rng))));
+				p = P(std::ldexp(x, scaleExp), std::ldexp(double(m) * x + double(k), scaleExp));
+			}
+			if(exactOrientation(pts[0], pts[1], pts[2]) != ORIENTATION2_COLLINEAR) continue; // y rounded
+			++tested;
+			expectOrientationExact(gt, pts[0], pts[1], pts[2]);
+		}
+	}
+}
+
+TEST(GeomTestOrientation, GriddedTriplesAndTriangleEdges)
+{
+	GeomTest gt;
+	gt.setStaticBound_MT(5);
+	std::vector<Point2> grid;
+	for(int i = 0; i < 5; ++i)
+		for(int j = 0; j < 5; ++j) grid.push_back(P(i, j));
+	for(const Point2& a : grid)
+		for(const Point2& b : grid)
+			for(const Point2& c : grid) ASSERT_EQ(gt.getOrientation2(&a, &b, &c), exactOrientation(a, b, c));
+	// Edge i runs from corner i+1 to corner i+2.
+	Point2 a(P(0, 0)), b(P(4, 0)), c(P(0, 4));
+	Triangle2 t(&a, &b, &c);
+	for(const Point2& q : grid)
+		for(int i = 0; i < 3; ++i) ASSERT_EQ(gt.getOrientation2(&t, i, &q), exactOrientation(*t.getCorner(nextIndex(i)), *t.getCorner(prevIndex(i)), q));
+}
+
+TEST(GeomTestOrientation, FreshObjectTrustsAnyNonZeroDeterminant)
+{
+	// Find an exactly collinear triple whose double determinant is not zero.
+	std::mt19937_64 rng(3);
+	std::uniform_real_distribution<double> unit(0, 1);
+	for(int i = 0; i < 100000; ++i)
+	{
+		double x(unit(rng));
+		Point2 a(P(x, 3 * x)), b(P(1 + x, 3 + 3 * x)), c(P(7, 21)); // y = 3x when exact
+		double det((a.x() - c.x()) * (b.y() - c.y()) - (a.y() - c.y()) * (b.x() - c.x()));
+		if(det == 0 || exactOrientation(a, b, c) != ORIENTATION2_COLLINEAR) continue;
+		GeomTest fresh;
+		EXPECT_EQ(fresh.getOrientation2(&a, &b, &c), det > 0 ? ORIENTATION2_CCW : ORIENTATION2_CW);
+		fresh.setStaticBound_MT(7);
+		EXPECT_EQ(fresh.getOrientation2(&a, &b, &c), ORIENTATION2_COLLINEAR);
+		EXPECT_EQ(getOrientation2(&a, &b, &c), ORIENTATION2_COLLINEAR);
+		EXPECT_EQ(getOrientation2_mt(&a, &b, &c), ORIENTATION2_COLLINEAR);
+		return;
+	}
+	FAIL() << "no sample triple found";
+}
+
+TEST(GeomTestOrientation, TinyCoordinatesWhereProductsUnderflow)
+{
+	// Determinants near 2^-1074: the products are subnormal and round absolutely.
+	std::mt19937_64 rng(13);
+	std::uniform_real_distribution<double> unit(-1, 1);
+	GeomTest gt;
+	gt.setStaticBound_MT(3e-162);
+	for(int i = 0; i < 20000; ++i)
+	{
+		Point2 p[4];
+		for(Point2& q : p) q = P(3e-162 * unit(rng), 3e-162 * unit(rng));
+		expectOrientationExact(gt, p[0], p[1], p[2]);
+		for(Point2& q : p) q = P(1e-81 * unit(rng), 1e-81 * unit(rng));
+		if(exactOrientation(p[0], p[1], p[2]) != ORIENTATION2_CCW) std::swap(p[0], p[1]);
+		Triangle2 t(&p[0], &p[1], &p[2]);
+		ASSERT_EQ(gt.circleInc3state(&t, &p[3]), exactInCircle(p[0], p[1], p[2], p[3]));
+	}
+}
+
+TEST(GeomTestOrientation, RoundingModeOfTheCallerIsRestored)
+{
+	GeomTest gt;
+	gt.setStaticBound_MT(1);
+	Point2 a(P(0.1, 0.3)), b(P(0.2, 0.6)), c(P(0.30000000000000004, 0.9)); // reaches the interval stage
+	for(int mode : {FE_DOWNWARD, FE_TONEAREST, FE_TOWARDZERO})
+	{
+		std::fesetround(mode);
+		Orientation2 o(gt.getOrientation2(&a, &b, &c));
+		EXPECT_EQ(std::fegetround(), mode);
+		std::fesetround(FE_TONEAREST);
+		EXPECT_EQ(o, exactOrientation(a, b, c));
+	}
+}
+
+TEST(GeomTestFloatingPointModel, ThreeDOrientationRoundsEveryOperation)
+{
+	// vy*wz = 1 + 2^-29 + 2^-60 and wy*vz = 1 + 2^-29 + 3*2^-62 both round to
+	// 1 + 2^-29: IEEE evaluation gives 0. A fused multiply-add (contraction, or
+	// fast-math) keeps one of the tails and gives a non-zero volume.
+	double a(1 + std::ldexp(1, -30)), b(1 + std::ldexp(1, -31)), c(1 + 3 * std::ldexp(1, -31));
+	Point2 p1(1, 0, 0), p2(0, a, b), p3(0, c, a), p4(0, 0, 0);
+	GeomTest gt;
+	EXPECT_EQ(gt.getOrientation3D(&p1, &p2, &p3, &p4), ORIENTATION2_COLLINEAR);
+	Point2 up(0.5, 0.5, 1), down(0.5, 0.5, -1), q1(1, 0, 0), q2(0, 1, 0), q3(0, 0, 0);
+	EXPECT_NE(gt.getOrientation3D(&q1, &q2, &q3, &up), gt.getOrientation3D(&q1, &q2, &q3, &down));
+	EXPECT_EQ(gt.getOrientation3D(&q1, &q2, &q3, &q3), ORIENTATION2_COLLINEAR);
+}
+
+TEST(GeomTestStaticBound, GrowsOnlyAndKeepsTenfoldSlack)
+{
+	GeomTest gt;
+	EXPECT_EQ(gt.getStaticBound(), 0.0);
+	gt.setStaticBound_MT(0);
+	EXPECT_EQ(gt.getStaticBound(), 0.0);
+	EXPECT_EQ(gt.getMaxCoord(), 0.0);
+	gt.setStaticBound_MT(0.1);
+	EXPECT_EQ(gt.getMaxCoord(), 1.0);
+	EXPECT_EQ(gt.getStaticBound(), 2.6645352591003757e-15);
+	gt.setStaticBound_MT(0.05);
+	EXPECT_EQ(gt.getMaxCoord(), 1.0);
+	Point2 a(P(0.5, -0.9)), b(P(2, 0)), c(P(0, 30));
+	gt.updateStaticBound(&a, &a, &a);
+	EXPECT_EQ(gt.getMaxCoord(), 1.0);
+	gt.updateStaticBound(&a, &b, &c);
+	EXPECT_EQ(gt.getMaxCoord(), 300.0);
+	gt.setStaticBound_MT(1e308); // ten times would overflow
+	EXPECT_EQ(gt.getMaxCoord(), 1e308);
+	testing::internal::CaptureStdout();
+	EXPECT_THROW(gt.setStaticBound_MT(-1), MirelException);
+	EXPECT_NE(testing::internal::GetCapturedStdout().find("maxCoord>=0"), std::string::npos);
+}
+
+TEST(GeomTestInCircle, CocircularPythagoreanPointsAndUlpPerturbations)
+{
+	const int triples[][2] = {{0, 65}, {16, 63}, {25, 60}, {33, 56}, {39, 52}};
+	std::vector<std::pair<int, int>> onCircle; // radius 65
+	for(auto& t : triples)
+		for(int sx : {-1, 1})
+			for(int sy : {-1, 1})
+				for(int swap = 0; swap < 2; ++swap) onCircle.push_back(swap ? std::make_pair(sx * t[1], sy * t[0]) : std::make_pair(sx * t[0], sy * t[1]));
+	std::mt19937_64 rng(11);
+	for(double offset : {0.0, 1e6, 1e9})
+	{
+		GeomTest gt;
+		for(int i = 0; i < 2000; ++i)
+		{
+			Point2 p[4];
+			for(Point2& q : p)
+			{
+				auto xy(onCircle[rng() % onCircle.size()]);
+				q = P(offset + xy.first * 0.125, offset + xy.second * 0.125);
+			}
+			if(exactOrientation(p[0], p[1], p[2]) != ORIENTATION2_CCW) continue;
+			Triangle2 t(&p[0], &p[1], &p[2]);
+			ASSERT_EQ(gt.circleInc3state(&t, &p[3]), CINC2_ONCIRCLE);
+			Point2 moved(P(std::nextafter(p[3].x(), (rng() & 1) ? INFINITY : -INFINITY), p[3].y()));
+			ASSERT_EQ(gt.circleInc3state(&t, &moved), exactInCircle(p[0], p[1], p[2], moved));
+			moved = P(p[3].x(), std::nextafter(p[3].y(), (rng() & 1) ? INFINITY : -INFINITY));
+			ASSERT_EQ(gt.circleInc3state(&t, &moved), exactInCircle(p[0], p[1], p[2], moved));
+		}
+	}
+}
+
+TEST(GeomTestInCircle, NearCocircularRandomAndGridded)
+{
+	std::mt19937_64 rng(23);
+	std::uniform_real_distribution<double> angle(0, 6.283185307179586);
+	GeomTest gt;
+	for(int i = 0; i < 3000; ++i)
+	{
+		Point2 p[4];
+		for(Point2& q : p)
+		{
+			double w(angle(rng));
+			q = P(1e3 + 7 * std::cos(w), -2e3 + 7 * std::sin(w));
+		}
+		if(exactOrientation(p[0], p[1], p[2]) != ORIENTATION2_CCW) std::swap(p[0], p[1]);
+		Triangle2 t(&p[0], &p[1], &p[2]);
+		ASSERT_EQ(gt.circleInc3state(&t, &p[3]), exactInCircle(p[0], p[1], p[2], p[3]));
+	}
+	std::vector<Point2> grid;
+	for(int i = 0; i < 4; ++i)
+		for(int j = 0; j < 4; ++j) grid.push_back(P(0.1 * i, 0.3 * j)); // rounded, not a true grid
+	for(const Point2& a : grid)
+		for(const Point2& b : grid)
+			for(const Point2& c : grid)
+			{
+				if(exactOrientation(a, b, c) != ORIENTATION2_CCW) continue;
+				Triangle2 t(const_cast<Point2*>(&a), const_cast<Point2*>(&b), const_cast<Point2*>(&c));
+				for(const Point2& d : grid) ASSERT_EQ(gt.circleInc3state(&t, &d), exactInCircle(a, b, c, d));
+			}
+	Point2 r0(P(0.1, 0.7)), r1(P(0.3, 0.7)), r2(P(0.3, 1.1)), r3(P(0.1, 1.1));
+	Triangle2 rect(&r0, &r1, &r2);
+	EXPECT_EQ(gt.circleInc3state(&rect, &r3), CINC2_ONCIRCLE);
+}
+
+TEST(GeomTestSegments, CrossingCasesAgainstExactReference)
+{
+	Point2 a(P(0, 0)), b(P(2, 0)), c(P(4, 0)), d(P(5, 0)), m(P(1, 0)), top(P(1, 3)), e(P(1, -1));
+	GeomTest gt;
+	EXPECT_EQ(gt.getSegmentIntersection(&a, &b, &b, &c), SEGINT2_COLLINEAR_OVERLAP);
+	EXPECT_EQ(gt.getSegmentIntersection(&a, &b, &c, &d), SEGINT2_NONE);
+	EXPECT_EQ(gt.getSegmentIntersection(&a, &b, &m, &top), SEGINT2_INTERSECTING);
+	EXPECT_EQ(gt.getSegmentIntersection(&top, &e, &a, &b), SEGINT2_INTERSECTING);
+	// Random segments on a small integer grid: most cases are degenerate.
+	std::mt19937_64 rng(31);
+	for(int i = 0; i < 20000; ++i)
+	{
+		Point2 p[4];
+		for(Point2& q : p) q = P(double(rng() % 4), double(rng() % 4));
+		if(p[0] == p[1] || p[2] == p[3]) continue;
+		Orientation2 o1(exactOrientation(p[0], p[1], p[2])), o2(exactOrientation(p[0], p[1], p[3]));
+		Orientation2 o3(exactOrientation(p[2], p[3], p[0])), o4(exactOrientation(p[2], p[3], p[1]));
+		SegmentIntersection2 expected(SEGINT2_NONE);
+		if(o1 == ORIENTATION2_COLLINEAR && o2 == ORIENTATION2_COLLINEAR)
+		{
+			// Overlap of the projections onto the longer axis.
+			bool useX(std::fabs(p[1].x() - p[0].x()) + std::fabs(p[3].x() - p[2].x()) > 0);
+			auto coord = [&](int k) { return useX ? p[k].x() : p[k].y(); };
+			if(std::max(std::min(coord(0), coord(1)), std::min(coord(2), coord(3))) <= std::min(std::max(coord(0), coord(1)), std::max(coord(2), coord(3))))
+				expected = SEGINT2_COLLINEAR_OVERLAP;
+		}
+		else if(!(o1 != ORIENTATION2_COLLINEAR && o1 == o2) && o3 != o4)
+			expected = SEGINT2_INTERSECTING;
+		ASSERT_EQ(gt.getSegmentIntersection(&p[0], &p[1], &p[2], &p[3]), expected) << p[0] << p[1] << p[2] << p[3];
+	}
+}
+
+TEST(GeomTestIntersectionPoint, ExactAndCorrectlyRounded)
+{
+	GeomTest gt;
+	double x, y;
+	gt.getIntersectionCoords_gmp_MT(P(0, 0), P(2, 2), P(0, 2), P(2, 0), x, y);
+	EXPECT_EQ(x, 1.0);
+	EXPECT_EQ(y, 1.0);
+	// Nearly parallel long segments: the lines' exact crossing, correctly rounded.
+	std::mt19937_64 rng(41);
+	std::uniform_real_distribution<double> unit(-1, 1);
+	for(int i = 0; i < 2000; ++i)
+	{
+		Point2 p1(P(-1e6 + unit(rng), unit(rng))), p2(P(1e6 + unit(rng), 3 + unit(rng)));
+		Point2 q1(P(-1e6 + unit(rng), p1.y() + 1e-3 * unit(rng))), q2(P(1e6 + unit(rng), p2.y() + 1e-3 * unit(rng)));
+		mpq_class dpx(Q(p1.x()) - Q(p2.x())), dpy(Q(p1.y()) - Q(p2.y())), dqx(Q(q1.x()) - Q(q2.x())), dqy(Q(q1.y()) - Q(q2.y()));
+		mpq_class denom(dpx * dqy - dpy * dqx);
+		if(sgn(denom) == 0) continue;
+		// p1 + s (p2 - p1) with s from Cramer's rule.
+		mpq_class s(((Q(q1.x()) - Q(p1.x())) * dqy - (Q(q1.y()) - Q(p1.y())) * dqx) / -denom);
+		gt.getIntersectionCoords_gmp_MT(p1, p2, q1, q2, x, y);
+		ASSERT_TRUE(isNearest(x, Q(p1.x()) - s * dpx)) << i;
+		ASSERT_TRUE(isNearest(y, Q(p1.y()) - s * dpy)) << i;
+	}
+}
+
+TEST(GeomTestIntersectionPoint, ParallelSegmentsFailAndReleaseTheLock)
+{
+	GeomTest gt;
+	double x, y;
+	testing::internal::CaptureStdout();
+	EXPECT_THROW(gt.getIntersectionCoords_gmp_MT(P(0, 0), P(1, 1), P(0, 1), P(2, 3), x, y), MirelException);
+	std::string out(testing::internal::GetCapturedStdout());
+	EXPECT_NE(out.find("GeomTest::getIntersectionCoords(), ERROR: denom=0 -> parallel segments"), std::string::npos);
+	EXPECT_NE(out.find("Condition [ false failed ]"), std::string::npos);
+	gt.getIntersectionCoords_gmp_MT(P(0, 0), P(1, 1), P(0, 1), P(1, 0), x, y);
+	EXPECT_EQ(x, 0.5);
+}
+
+TEST(GeomTestExactHeight, CornersExactAndInteriorCorrectlyRounded)
+{
+	std::mt19937_64 rng(47);
+	std::uniform_real_distribution<double> unit(-1, 1);
+	for(int i = 0; i < 1000; ++i)
+	{
+		Point2 p[3];
+		for(Point2& q : p) q = P(1e5 + unit(rng), 1e5 + unit(rng), unit(rng) * 100);
+		if(exactOrientation(p[0], p[1], p[2]) == ORIENTATION2_COLLINEAR) continue;
+		for(const Point2& q : p) ASSERT_EQ(getExactHeight(p[0], p[1], p[2], q.x(), q.y()), q.z());
+		// Barycentric reference at the centroid-ish point (x, y).
+		double x(1e5 + unit(rng)), y(1e5 + unit(rng));
+		mpq_class area((Q(p[1].x()) - Q(p[0].x())) * (Q(p[2].y()) - Q(p[0].y())) - (Q(p[2].x()) - Q(p[0].x())) * (Q(p[1].y()) - Q(p[0].y())));
+		mpq_class z(0);
+		for(int k = 0; k < 3; ++k)
+		{
+			const Point2 &u(p[(k + 1) % 3]), &v(p[(k + 2) % 3]);
+			z += Q(p[k].z()) * ((Q(u.x()) - Q(x)) * (Q(v.y()) - Q(y)) - (Q(v.x()) - Q(x)) * (Q(u.y()) - Q(y))) / area;
+		}
+		ASSERT_TRUE(isNearest(getExactHeight(p[0], p[1], p[2], x, y), z));
+	}
+}
+
+TEST(GeomTestFreeFunctions, NamesAndArgumentChecks)
+{
+	EXPECT_STREQ(getString(ORIENTATION2_COLLINEAR), "ORIENTATION2_COLLINEAR");
+	EXPECT_STREQ(getString(ORIENTATION2_CCW), "ORIENTATION2_CCW");
+	EXPECT_STREQ(getString(ORIENTATION2_CW), "ORIENTATION2_CW");
+	EXPECT_STREQ(getString(Orientation2(7)), "UNKNOWN");
+	Point2 a(P(0, 0)), b(P(1, 0)), c(P(0, 1));
+	EXPECT_EQ(getOrientation2(&a, &b, &c), ORIENTATION2_CCW);
+	EXPECT_EQ(getOrientation2_mt(&a, &c, &b), ORIENTATION2_CW);
+	const char* messages[] = {"p0!=0", "p1!=0", "p2!=0"};
+	for(int nullArg = 0; nullArg < 3; ++nullArg)
+	{
+		const Point2* args[3] = {&a, &b, &c};
+		args[nullArg] = nullptr;
+		for(auto fn : {&getOrientation2, &getOrientation2_mt})
+		{
+			testing::internal::CaptureStdout();
+			EXPECT_THROW(fn(args[0], args[1], args[2]), MirelException);
+			std::string out(testing::internal::GetCapturedStdout());
+			EXPECT_NE(out.find(std::string("Condition [ ") + messages[nullArg] + " failed ]"), std::string::npos);
+			EXPECT_NE(out.find(fn == &getOrientation2 ? "Function: MIREL25D::getOrientation2()\n" : "Function: MIREL25D::getOrientation2_mt()\n"), std::string::npos);
+		}
+	}
+}
+
+TEST(GeomTestThreads, SharedObjectAnswersAsSequential)
+{
+	// Near-degenerate inputs, so that all three exact stages run concurrently.
+	std::mt19937_64 rng(59);
+	std::uniform_real_distribution<double> unit(0, 1);
+	std::vector<Point2> pts;
+	for(int i = 0; i < 600; ++i)
+	{
+		double t(unit(rng));
+		pts.push_back(P(0.1 + t * 1e3, 0.3 + t * 7e2, t)); // all near one line
+	}
+	GeomTest shared;
+	const int n(int(pts.size()) - 3);
+	auto evaluate = [&](GeomTest& gt, int i, std::vector<double>& out) {
+		const Point2 *a(&pts[i]), *b(&pts[i + 1]), *c(&pts[i + 2]), *d(&pts[i + 3]);
+		gt.updateStaticBound(a, b, c);
+		out.push_back(gt.getOrientation2(a, b, c));
+		Triangle2 t(const_cast<Point2*>(a), const_cast<Point2*>(b), const_cast<Point2*>(c));
+		if(exactOrientation(*a, *b, *c) == ORIENTATION2_CCW) out.push_back(gt.circleInc3state(&t, d));
+		double x(0), y(0);
+		if(sgn((Q(b->x()) - Q(a->x())) * (Q(d->y()) - Q(c->y())) - (Q(b->y()) - Q(a->y())) * (Q(d->x()) - Q(c->x()))) != 0) gt.getIntersectionCoords_gmp_MT(*a, *b, *c, *d, x, y);
+		out.push_back(x);
+		out.push_back(y);
+		if(exactOrientation(*a, *b, *d) != ORIENTATION2_COLLINEAR) out.push_back(getExactHeight(*a, *b, *d, c->x(), c->y()));
+		out.push_back(getOrientation2(a, c, d));
+	};
+	std::vector<double> sequential;
+	{
+		GeomTest own;
+		for(int i = 0; i < n; ++i) evaluate(own, i, sequential);
+	}
+	std::vector<std::vector<double>> results(4);
+	std::vector<std::thread> threads;
+	for(int k = 0; k < 4; ++k)
+		threads.emplace_back([&, k] {
+			for(int i = 0; i < n; ++i) evaluate(shared, i, results[k]);
+		});
+	for(std::thread& th : threads) th.join();
+	for(const std::vector<double>& r : results) EXPECT_EQ(r, sequential);
+}

@@ -1,0 +1,331 @@
+#include "GeomTest.h"
+#include "Triangle2.h"
+#include "tools.h"
+#include <gtest/gtest.h>
+#include <gmpxx.h>
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <limits>
+#include <map>
+#include <random>
+#include <set>
+#include <sstream>
+#include <vector>
+
+using namespace MIREL25D;
+
+namespace {
+template<typename T> std::string streamed(const T& value)
+{
+	std::ostringstream ss;
+	ss << value;
+	return ss.str();
+}
+std::string addressOf(const void* p)
+{
+	return streamed(p);
+}
+
+// A jittered n x n grid, two triangles per cell. Neighbours are found by
+// matching reversed directed edges, independently of the library's linking.
+struct GridMesh
+{
+	std::vector<Point2> vPoints;
+	std::vector<Triangle2> vTriangles;
+	explicit GridMesh(int n)
+	{
+		std::mt19937_64 rng(3);
+		std::uniform_real_distribution<double> jitter(-0.2, 0.2);
+		std::vector<std::array<int, 3>> vCornerIdx;
+		std::map<std::pair<int, int>, size_t> mDirectedEdge;
+		for(int j = 0; j < n; ++j)
+			for(int i = 0; i < n; ++i)
+			{
+				vPoints.push_back(Point2(i + jitter(rng), j + jitter(rng), 0.0));
+				int a(j * n + i);
+				if(i + 1 == n || j + 1 == n) continue;
+				vCornerIdx.push_back({a, a + 1, a + n + 1});
+				vCornerIdx.push_back({a, a + n + 1, a + n});
+			}
+		for(size_t t = 0; t < vCornerIdx.size(); ++t)
+			for(int i = 0; i < 3; ++i) mDirectedEdge[{vCornerIdx[t][nextIndex(i)], vCornerIdx[t][prevIndex(i)]}] = t;
+		vTriangles.resize(vCornerIdx.size());
+		for(size_t t = 0; t < vCornerIdx.size(); ++t)
+		{
+			Triangle2* aOpp[3];
+			for(int i = 0; i < 3; ++i)
+			{
+				auto it(mDirectedEdge.find({vCornerIdx[t][prevIndex(i)], vCornerIdx[t][nextIndex(i)]}));
+				aOpp[i] = (it == mDirectedEdge.end()) ? nullptr : &vTriangles[it->second];
+			}
+			const std::array<int, 3>& c(vCornerIdx[t]);
+			vTriangles[t].setPropertiesAndOppT(&vPoints[c[0]], &vPoints[c[1]], &vPoints[c[2]], aOpp[0], aOpp[1], aOpp[2]);
+		}
+	}
+};
+
+// u follows t counterclockwise around center, judged by the centroids' angles.
+bool followsCCW(const Triangle2* t, const Triangle2* u, const Point2& center)
+{
+	Point2 ct(t->getBarycenter()), cu(u->getBarycenter());
+	double turn(std::atan2(cu.y() - center.y(), cu.x() - center.x()) - std::atan2(ct.y() - center.y(), ct.x() - center.x()));
+	if(turn < 0) turn += 2 * M_PI;
+	return turn > 0 && turn < M_PI;
+}
+
+void exactCircumcenter(const Point2& a, const Point2& b, const Point2& c, mpq_class& ux, mpq_class& uy)
+{
+	mpq_class bx(mpq_class(b.x()) - a.x()), by(mpq_class(b.y()) - a.y());
+	mpq_class cx(mpq_class(c.x()) - a.x()), cy(mpq_class(c.y()) - a.y());
+	mpq_class den(2 * (bx * cy - by * cx)), sqB(bx * bx + by * by), sqC(cx * cx + cy * cy);
+	ux = mpq_class(a.x()) + (cy * sqB - by * sqC) / den;
+	uy = mpq_class(a.y()) + (bx * sqC - cx * sqB) / den;
+}
+
+// Largest difference of the distances from (x, y) to the corners, nearly exact:
+// |d_i - d_j| = |d_i^2 - d_j^2| / (d_i + d_j) with the numerator exact.
+double maxDistanceSpread(const Triangle2& t, const mpq_class& x, const mpq_class& y)
+{
+	mpq_class sq[3];
+	for(int k = 0; k < 3; ++k)
+	{
+		mpq_class dx(x - t.getCorner(k)->x()), dy(y - t.getCorner(k)->y());
+		sq[k] = dx * dx + dy * dy;
+	}
+	double spread(0);
+	for(int k = 0; k < 3; ++k)
+	{
+		mpq_class diff(sq[k] - sq[nextIndex(k)]);
+		spread = std::max(spread, std::fabs(diff.get_d()) / (std::sqrt(sq[k].get_d()) + std::sqrt(sq[nextIndex(k)].get_d())));
+	}
+	return spread;
+}
+
+int exactSide(const Point2& a, const Point2& b, const mpq_class& x, const mpq_class& y)
+{
+	return sgn((mpq_class(a.x()) - x) * (mpq_class(b.y()) - y) - (mpq_class(a.y()) - y) * (mpq_class(b.x()) - x));
+}
+} // namespace
+
+TEST(TriangleAroundVertexIterator, FansOfInteriorAndBorderVertices)
+{
+	const int n(5);
+	GridMesh mesh(n);
+	for(size_t v = 0; v < mesh.vPoints.size(); ++v)
+	{
+		Point2& p(mesh.vPoints[v]);
+		std::set<Triangle2*> sFan;
+		for(Triangle2& t : mesh.vTriangles)
+			if(t.hasVertex(&p)) sFan.insert(&t);
+		bool bInterior(v % n != 0 && v % n != n - 1 && v / n != 0 && v / n != n - 1);
+		for(bool bForward : {true, false})
+		{
+			TriangleAroundVertexIterator it(&p);
+			std::vector<Triangle2*> vSeq{*it};
+			for(size_t k = 0; k < 2 * sFan.size() + 2; ++k)
+			{
+				Triangle2* pPreview(bForward ? it.previewNextTriangle() : it.previewPrevTriangle());
+				vSeq.push_back(bForward ? *++it : *--it);
+				ASSERT_EQ(vSeq.back(), pPreview);
+				EXPECT_TRUE(vSeq.back() == nullptr || vSeq.back()->hasVertex(&p));
+				Triangle2* pBefore(vSeq[vSeq.size() - 2]);
+				if(vSeq.back() == nullptr || pBefore == nullptr || sFan.size() == 1) continue;
+				EXPECT_EQ(followsCCW(pBefore, vSeq.back(), p), bForward);
+			}
+			size_t firstNull(std::find(vSeq.begin(), vSeq.end(), nullptr) - vSeq.begin());
+			if(bInterior)
+			{
+				EXPECT_EQ(firstNull, vSeq.size());
+				EXPECT_EQ(vSeq[sFan.size()], vSeq[0]);
+				EXPECT_EQ(std::set<Triangle2*>(vSeq.begin(), vSeq.begin() + sFan.size()), sFan);
+				continue;
+			}
+			// border: null once, then the whole fan from its far end, then null again
+			ASSERT_LE(firstNull + sFan.size() + 1, vSeq.size() - 1);
+			EXPECT_EQ(std::set<Triangle2*>(vSeq.begin() + firstNull + 1, vSeq.begin() + firstNull + 1 + sFan.size()), sFan);
+			EXPECT_EQ(vSeq[firstNull + sFan.size() + 1], nullptr);
+		}
+	}
+	// the lower right corner has a single triangle
+	Point2& corner(mesh.vPoints[n - 1]);
+	Triangle2* pOnly(corner.getIncidentTriangle());
+	TriangleAroundVertexIterator single(&corner, pOnly), same(&corner, pOnly);
+	EXPECT_TRUE(single == same);
+	EXPECT_TRUE(*++single == nullptr && single != same);
+	EXPECT_EQ(*++single, pOnly);
+	EXPECT_EQ(*--single, nullptr);
+	EXPECT_EQ(*--single, pOnly);
+
+	Point2 loose(1, 1, 1);
+	testing::internal::CaptureStdout();
+	EXPECT_THROW(TriangleAroundVertexIterator it(&loose), MirelException);
+	std::string out(testing::internal::GetCapturedStdout());
+	EXPECT_NE(out.find("Function: MIREL25D::TriangleAroundVertexIterator::TriangleAroundVertexIterator()"), std::string::npos) << out;
+}
+
+TEST(Triangle2, IndexLookupAndItsBugMessage)
+{
+	Point2 a(0, 0, 0), b(1, 0, 0), c(0, 1, 0), elsewhere(5, 5, 0);
+	Triangle2 t, u;
+	t.setPropertiesAndOppT(&a, &b, &c, &u, nullptr, nullptr);
+	const Point2* aCorner[3] = {&a, &b, &c};
+	for(int i = 0; i < 3; ++i)
+	{
+		EXPECT_EQ(t.getIntraTriangleIndex(aCorner[i]), i);
+		EXPECT_EQ(t.getIntraTriangleIndex(aCorner[nextIndex(i)], aCorner[prevIndex(i)]), i);
+		EXPECT_EQ(t.getIntraTriangleIndex(aCorner[prevIndex(i)], aCorner[nextIndex(i)]), i);
+	}
+	EXPECT_EQ(t.getIntraTriangleIndex(&u), 0);
+	EXPECT_TRUE(t.hasVertex(Point2(1, 0, 0)) && !t.hasVertex(Point2(1, 0, 1)));
+
+	std::string expectedTriangle("Triangle(" + addressOf(&t) + "): area2D=0.5, area2.5D=0.5, CCW\n0: " + streamed(a) +
+		"\t oppTriangle: " + addressOf(&u) + "\n1: " + streamed(b) + "\t oppTriangle: " + addressOf(nullptr) + "\n2: " +
+		streamed(c) + "\t oppTriangle: " + addressOf(nullptr) + "\n");
+	testing::internal::CaptureStdout();
+	EXPECT_EQ(t.getIntraTriangleIndex(&a, &elsewhere), -1);
+	EXPECT_EQ(testing::internal::GetCapturedStdout(),
+		"BUG: Triangle2::getIntraTriangleIndex failed for\n" + streamed(a) + "\n" + streamed(elsewhere) + "\n" + expectedTriangle);
+
+	EXPECT_NE(streamed(Triangle2(&a, &c, &b)).find(", ATTENTION, CLOCKWISE CORNERS!\n0: "), std::string::npos);
+	EXPECT_NE(streamed(Triangle2(&a, &b, &b)).find("area2D=0, area2.5D=0, ATTENTION, COLLINEAR CORNERS\n"), std::string::npos);
+}
+
+TEST(Triangle2, OnEdgeIsExactAtLargeCoordinates)
+{
+	// Integer points in doubles: every point of the form src + k*(3, 5) is on the line.
+	Point2 src(1e8, 2e8, 0), trg(1e8 + 3 * 1000, 2e8 + 5 * 1000, 0), apex(1e8 - 7, 2e8 + 4000, 0);
+	Triangle2 t(&apex, &src, &trg);
+	for(int k : {-1, 0, 1, 500, 999, 1000, 1001})
+	{
+		Point2 q(1e8 + 3 * k, 2e8 + 5 * k, 0);
+		EXPECT_EQ(t.hasOnEdge(0, q), k >= 0 && k <= 1000) << k;
+		Point2 beside(std::nextafter(q.x(), 1e300), q.y(), 0);
+		EXPECT_FALSE(t.hasOnEdge(0, beside)) << k;
+		EXPECT_EQ(t.hasOnEdge(1, q), k == 1000);
+		EXPECT_EQ(t.hasOnEdge(2, q), k == 0);
+	}
+}
+
+TEST(Triangle2, MeasuresAndIndexTies)
+{
+	Point2 a(0, 0, 0), b(2, 0, 0), c(1, 1, 0), d(4, 0, 0), e(2, 10, 0);
+	Triangle2 isosceles(&a, &b, &c), tall(&a, &d, &e), flat(&a, &b, &d);
+	// squared edges (2, 2, 4) and (104, 104, 16): ties go to the lower index
+	EXPECT_TRUE(isosceles.getMaxIndex() == 2 && isosceles.getMinIndex() == 0 && isosceles.getMaxSqEdgeLen2D() == 4.0);
+	EXPECT_TRUE(tall.getMaxIndex() == 0 && tall.getMinIndex() == 2);
+	EXPECT_TRUE(flat.getArea2D() == 0.0 && flat.getNormalVector().isDegenerate());
+
+	std::mt19937_64 rng(17);
+	std::uniform_real_distribution<double> coord(-100, 100);
+	for(int n = 0; n < 500; ++n)
+	{
+		Point2 p0(coord(rng), coord(rng), coord(rng)), p1(coord(rng), coord(rng), coord(rng)), p2(coord(rng), coord(rng), coord(rng));
+		Triangle2 t(&p0, &p1, &p2);
+		double cross2D((p1.x() - p0.x()) * (p2.y() - p0.y()) - (p1.y() - p0.y()) * (p2.x() - p0.x()));
+		Vector2 cross3D(crossProduct(p1 - p0, p2 - p0));
+		EXPECT_NEAR(t.getArea2D(), std::fabs(cross2D) / 2, 1e-7 * cross3D.length());
+		EXPECT_NEAR(t.getArea25D(), cross3D.length() / 2, 1e-7 * cross3D.length());
+		double sum2D(0), sum25D(0);
+		for(int i = 0; i < 3; ++i)
+		{
+			sum2D += t.getInteriorAngle2D(i);
+			sum25D += t.getInteriorAngle25D(i);
+		}
+		EXPECT_NEAR(sum2D, 180.0, 1e-6);
+		EXPECT_NEAR(sum25D, 180.0, 1e-6);
+		Vector2 normal(t.getNormalVector());
+		EXPECT_NEAR(normal.length(), 1.0, 1e-12);
+		EXPECT_NEAR(normal * normalize(p2 - p1), 0.0, 1e-9);
+		EXPECT_GT(normal * cross3D, 0.0);
+		EXPECT_NEAR(t.getBarycenter().z(), (p0.z() + p1.z() + p2.z()) / 3, 1e-12);
+	}
+}
+
+TEST(Triangle2, NanAreaWarnsThenFailsWithBanner)
+{
+	Point2 a(0, 0, std::numeric_limits<double>::quiet_NaN()), b(3, 0, 0), c(0, 4, 0);
+	Triangle2 t(&a, &b, &c);
+	EXPECT_EQ(t.getArea2D(), 6.0);
+	testing::internal::CaptureStdout();
+	testing::internal::CaptureStderr();
+	EXPECT_THROW(t.getArea25D(), MirelException);
+	std::string out(testing::internal::GetCapturedStdout());
+	std::string err(testing::internal::GetCapturedStderr());
+	std::string head("\n      [Mirel2D-Message] Triangle2::computeArea(), WARNING: invalid value, no area for this triangle\n\nownHalfCircf=");
+	EXPECT_EQ(out.substr(0, head.size()), head);
+	std::string corners("\nCorners are: \n" + streamed(a) + "\n" + streamed(b) + "\n" + streamed(c) + "\nlen0=5\nlen1=");
+	EXPECT_NE(out.find(corners), std::string::npos) << out;
+	std::string tail(
+		"\n      [Mirel2D-Message] * Mirel, , ERROR: Condition [ !std::isnan(sqArea) failed ]\n\n"
+		"* Mirel, Condition [ !std::isnan(sqArea) failed ]\n"
+		"  dt2Library/Triangle2:134\n"
+		"  Function: MIREL25D::Triangle2::computeArea()\n");
+	ASSERT_GE(out.size(), tail.size());
+	EXPECT_EQ(out.substr(out.size() - tail.size()), tail);
+	EXPECT_NE(err.find("warning, sqDistance25D, nan value, no distance"), std::string::npos);
+}
+
+TEST(Triangle2, DualOfWellShapedTrianglesMatchesExactCentre)
+{
+	std::mt19937_64 rng(23);
+	std::uniform_real_distribution<double> unit(-1, 1), angle(0, 2 * M_PI);
+	for(int n = 0; n < 3000; ++n)
+	{
+		double scale(std::pow(10.0, 4 * unit(rng) - 1)), ox(1e5 * unit(rng)), oy(1e5 * unit(rng));
+		double start(angle(rng));
+		// three corners on a circle, at least 20 degrees apart: no tiny angle
+		double a0(start), a1(start + 0.35 + 2.5 * (unit(rng) + 1) / 2), a2(a1 + 0.35 + (2 * M_PI - 0.7 - (a1 - a0) - 0.35) * (unit(rng) + 1) / 2);
+		Point2 p0(ox + scale * std::cos(a0), oy + scale * std::sin(a0), unit(rng));
+		Point2 p1(ox + scale * std::cos(a1), oy + scale * std::sin(a1), unit(rng));
+		Point2 p2(ox + scale * std::cos(a2), oy + scale * std::sin(a2), unit(rng));
+		Triangle2 t(&p0, &p1, &p2);
+		ASSERT_EQ(getOrientation2(&p0, &p1, &p2), ORIENTATION2_CCW);
+		mpq_class ux, uy;
+		exactCircumcenter(p0, p1, p2, ux, uy);
+		std::pair<Point2, bool> dual(t.getDual());
+		EXPECT_TRUE(dual.second);
+		double magnitude(std::max(std::fabs(ox), std::fabs(oy)) + scale);
+		EXPECT_NEAR(dual.first.x(), ux.get_d(), 1e-13 * magnitude);
+		EXPECT_NEAR(dual.first.y(), uy.get_d(), 1e-13 * magnitude);
+		int i(t.getMaxIndex());
+		EXPECT_EQ(dual.first.z(), (t.getCorner(nextIndex(i))->z() + t.getCorner(prevIndex(i))->z()) / 2);
+	}
+}
+
+TEST(Triangle2, DualOfNearlyDegenerateTrianglesIsHonest)
+{
+	std::mt19937_64 rng(29);
+	std::uniform_real_distribution<double> unit(-1, 1);
+	int numAccurate(0), numFarAccurate(0), numTotal(0);
+	for(int n = 0; n < 3000; ++n)
+	{
+		double ox(n % 3 == 0 ? 0.0 : 1e4 * unit(rng)), oy(n % 3 == 0 ? 0.0 : 1e4 * unit(rng));
+		Point2 p0(ox + unit(rng), oy + unit(rng), 0), p1(ox + unit(rng), oy + unit(rng), 0);
+		double s(1.0 * unit(rng) + 0.5), h(std::pow(10.0, -3 - 9 * (unit(rng) + 1) / 2));
+		double dx(p1.x() - p0.x()), dy(p1.y() - p0.y());
+		Point2 apex(p0.x() + s * dx - h * dy, p0.y() + s * dy + h * dx, 0);
+		Triangle2 t(&p0, &p1, &apex);
+		if(getOrientation2(&p0, &p1, &apex) != ORIENTATION2_CCW) continue;
+		++numTotal;
+		mpq_class ux, uy;
+		exactCircumcenter(p0, p1, apex, ux, uy);
+		std::pair<Point2, bool> dual(t.getDual());
+		if(!dual.second) continue;
+		++numAccurate;
+		// an accurate centre is nearly equidistant from the corners, measured exactly
+		mpq_class cx(dual.first.x()), cy(dual.first.y());
+		EXPECT_LT(maxDistanceSpread(t, cx, cy), 1.01e-6) << n;
+		// and it lies on the same side of the longest edge as the true centre
+		int i(t.getMaxIndex());
+		const Point2& e0(*t.getCorner(nextIndex(i)));
+		const Point2& e1(*t.getCorner(prevIndex(i)));
+		int trueSide(exactSide(e0, e1, ux, uy));
+		EXPECT_TRUE(trueSide == 0 || exactSide(e0, e1, cx, cy) == trueSide) << n;
+		if(std::fabs(ux.get_d() - ox) > 1e3) ++numFarAccurate;
+	}
+	// most flat triangles still get an accurate centre, distant ones included
+	EXPECT_GT(numTotal, 2000);
+	EXPECT_GT(numAccurate, numTotal / 2);
+	EXPECT_GT(numFarAccurate, numTotal / 2);
+}
