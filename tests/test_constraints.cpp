@@ -395,7 +395,20 @@ TEST(ConstraintInsertion, ConstraintEdgesSurviveLaterInsertions)
 		const Point2& b(*vAlive[i]->getTrg());
 		dt.insert(Point2(0.5 * (a.x() + b.x()), 0.5 * (a.y() + b.y()), 0));
 	}
-	dt.insertVector(randomPoints(rng, 2000, 40));
+	std::vector<Point2*> vLater;
+	dt.insertVector(randomPoints(rng, 2000, 40), vLater);
+	expectValid(inspect(&dt, pFrame, true));
+	EXPECT_EQ(countChainFaults(pGraph, true), 0);
+
+	// Removing vertices that are on no constraint keeps every piece an edge.
+	size_t numRemoved(0);
+	for(size_t i = 0; i < vLater.size(); i += 3)
+	{
+		if(dt.isConstraint(vLater[i]) || vLater[i]->getIncidentTriangle() == nullptr) continue;
+		dt.remove(vLater[i]);
+		++numRemoved;
+	}
+	EXPECT_GT(numRemoved, 300u);
 	expectValid(inspect(&dt, pFrame, true));
 	EXPECT_EQ(countChainFaults(pGraph, true), 0);
 }
