@@ -696,7 +696,10 @@ TEST(ConstraintBookkeeping, WriteConstraintFiles)
 	Mirel_2D dt(100);
 	dt.insert(Point2(1, -3, 0));
 	std::vector<Segment2> vSegs{Segment2(Point2(0, 0, 0), Point2(2, 2, 2)), Segment2(Point2(0, 2, 4), Point2(2, 0, 0))};
-	dt.createConstraint(vSegs, CIS_CONSTRAINED_DELAUNAY, false);
+	ConstraintGraph2* pGraph(dt.createConstraint(vSegs, CIS_CONSTRAINED_DELAUNAY, false));
+	pGraph->show("cons_graph.ps");
+	std::ifstream ps("cons_graph.ps");
+	EXPECT_TRUE(ps.good());
 	ConstraintMgr* pMgr(dt.getImpl()->getConstraintMgr());
 	testing::internal::CaptureStdout();
 	EXPECT_TRUE(pMgr->writeConstraints("cons_test"));
