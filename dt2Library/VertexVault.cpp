@@ -1,5 +1,6 @@
 #include "VertexVault.h"
 #include "GeomTest.h"
+#include "MirelExport.h"
 #include "Triangle2.h"
 #include "tools.h"
 #include <algorithm>
@@ -300,6 +301,30 @@ void VertexVault::getActiveVertices(std::vector<Point2*>& vVertices) const
 	{
 		if(pRec->active) vVertices.push_back(pRec->pVtx);
 	}
+}
+
+void VertexVault::export_fetchCustomIndices(MirelExport& mirelExport) const
+{
+	MIREL_ASSERT(mirelExport.aCustomIndices==0);
+	MIREL_ASSERT(mirelExport.numCustomIndices==0);
+	mirelExport.numCustomIndices = static_cast<int32_t>(numActive);
+	if(numActive == 0) return;
+	mirelExport.aCustomIndices = new int32_t[numActive];
+	int32_t* pOut(mirelExport.aCustomIndices);
+	for(const IdxVtxAct* pRec : vIdxVtxAct)
+	{
+		if(pRec->active) *pOut++ = pRec->pVtx->getCustomIndex();
+	}
+}
+
+void VertexVault::clear()
+{
+	std::vector<IdxVtxAct*>().swap(vIdxVtxAct);
+	idxPool.clear();
+	mRedundant2UniqueVtx.clear();
+	numSorted = 0;
+	numActive = 0;
+	bFullDimensional = false;
 }
 
 } // namespace MIREL25D

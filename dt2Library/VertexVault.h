@@ -11,6 +11,7 @@ namespace MIREL25D {
 
 class GeomTest;
 class Triangle2;
+struct MirelExport;
 
 // One record per vertex: its Hilbert key, whether it still belongs to the
 // triangulation (false once removed or found to be a duplicate), the vertex.
@@ -88,6 +89,13 @@ public:
 	IdxVtxAct** getRecords() { return vIdxVtxAct.empty() ? nullptr : &vIdxVtxAct[0]; }
 	const IdxVtxAct* getRecord(size_t i) const { return vIdxVtxAct[i]; }
 	void getActiveVertices(std::vector<Point2*>& vVertices) const;
+
+	// Fills the custom index array of an export record, one entry per active
+	// vertex in the vault's order; the record's array must be empty.
+	void export_fetchCustomIndices(MirelExport& mirelExport) const;
+	// Forgets every record and frees their memory (the vertices belong to the
+	// triangulation's pool).
+	void clear();
 
 	bool isFullDimensional() const { return bFullDimensional; }
 	void setFullDimensional() { bFullDimensional = true; }
