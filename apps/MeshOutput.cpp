@@ -19,7 +19,7 @@ using namespace MIREL25D;
 namespace {
 const int NUM_HEIGHT_BANDS(16);
 // Beyond this the edges would cover the page in black.
-const size_t MAX_TRIANGLES_WITH_EDGES(20000);
+const size_t MAX_TRIANGLES_WITH_EDGES(5000);
 
 // A map-like colour ramp over the relative height t in [0, 1].
 Color heightColor(double t)

@@ -6,6 +6,7 @@
 #include "Triangle2.h"
 #include "Visualizer2.h"
 #include "tools.h"
+#include "ps_render.h"
 #include <gtest/gtest.h>
 #include <cstdlib>
 #include <fstream>
@@ -51,43 +52,6 @@ std::string drawSegments(const char* name, const std::vector<Color>& vColors)
 	return readText(name);
 }
 
-// A raw PPM image: width, height and RGB bytes.
-struct Image
-{
-	int width = 0, height = 0;
-	std::string rgb;
-};
-
-bool readPPM(const std::string& name, Image& img)
-{
-	std::ifstream in(name, std::ios::binary);
-	std::string magic;
-	in >> magic;
-	if(magic != "P6") return false;
-	int values[3];
-	for(int i = 0; i < 3; ++i)
-	{
-		in >> std::ws;
-		while(in.peek() == '#')
-		{
-			std::string comment;
-			std::getline(in, comment);
-			in >> std::ws;
-		}
-		in >> values[i];
-	}
-	in.get(); // the single whitespace before the pixels
-	img.width = values[0];
-	img.height = values[1];
-	img.rgb.resize(size_t(img.width) * img.height * 3);
-	in.read(&img.rgb[0], std::streamsize(img.rgb.size()));
-	return bool(in) && values[2] == 255;
-}
-
-bool ghostscriptAvailable()
-{
-	return std::system("gs --version > /dev/null 2>&1") == 0;
-}
 } // namespace
 
 TEST(Color, NamedColorsAndComparison)
@@ -252,6 +216,7 @@ TEST(Visualizer2, HeaderLinesAndMisuse)
 
 TEST(Visualizer2, GhostscriptRendersTheDrawing)
 {
+	using namespace psrender;
 	if(!ghostscriptAvailable()) GTEST_SKIP() << "gs not installed";
 	Point2 a(0, 0, 0), b(10, 0, 0), c(5, 8, 0), d(10, 10, 0);
 	Triangle2 t0(&a, &b, &c), t1(&b, &d, &c);
