@@ -9,6 +9,8 @@
 #include "freeFunctions.h"
 #include <cstdio>
 #include <exception>
+#include <filesystem>
+#include <iomanip>
 #include <iostream>
 #include <string>
 #include <vector>
@@ -35,8 +37,8 @@ void printOverview()
 	std::cout << "mirel, exact 2.5D Delaunay triangulation (" << MIREL25D::getMirel2DVersion() << ")\n\n"
 			  << "Usage: mirel [COMMAND] [OPTIONS]\n\n"
 			  << "Commands:\n";
-	for(const Command& cmd : aCommands) std::cout << "  " << cmd.name << std::string(14 - std::string(cmd.name).size(), ' ') << cmd.summary << "\n";
-	std::cout << "  help [COMMAND] this overview, or the options of a command\n\n"
+	for(const Command& cmd : aCommands) std::cout << "  " << std::left << std::setw(16) << cmd.name << cmd.summary << "\n";
+	std::cout << "  " << std::setw(16) << "help [COMMAND]" << "this overview, or the options of a command\n\n"
 			  << "Without a command mirel runs '" << DEFAULT_COMMAND << "'; with no arguments at all it triangulates\n"
 			  << "its built-in terrain and writes the results to the folder mirel_out.\n\n"
 			  << "Options of '" << DEFAULT_COMMAND << "':\n"
@@ -92,7 +94,7 @@ int main(int argc, char** argv)
 			// A first word that names a file (even a missing one: its error
 			// names it) is the input of the default command; a bare word is a
 			// mistyped command.
-			else if(vArgs[0].find_first_of("./") != std::string::npos) pCmd = findCommand(DEFAULT_COMMAND);
+			else if(vArgs[0].find_first_of("./") != std::string::npos || std::filesystem::exists(vArgs[0])) pCmd = findCommand(DEFAULT_COMMAND);
 			else
 			{
 				printError("unknown command '" + vArgs[0] + "' (see mirel --help)");
