@@ -107,6 +107,7 @@ std::string readBinary(const std::string& filename, uint64_t size, std::vector<P
 		fail(filename, "has the wrong binary type " + std::to_string(header.type) + ", expected 20 (x y) or 30 (x y z)");
 	}
 	if(header.count < 0) fail(filename, "announces a negative number of points (" + std::to_string(header.count) + ")");
+	if(header.count == 0) fail(filename, "holds no points");
 	uint64_t expected(BIN_HEADER_SIZE + uint64_t(header.count) * bytesPerPoint(header.type));
 	if(size < expected)
 	{
