@@ -83,7 +83,7 @@ public:
 	// Fills the empty record (see MirelExport). With clearAfterExport the
 	// triangulation is released while the arrays are filled, which keeps the
 	// memory peak low; this object is then empty again and keeps its thread
-	// count and fast mode.
+	// count and fast mode (its name and listeners start afresh).
 	void exportTriangulation(MirelExport& mirelExport, bool withCustomIndices, bool clearAfterExport);
 	// Draws the triangles into a PostScript file; with bWithConstraints the
 	// constraint edges are drawn over them. Nothing is written while the
