@@ -29,26 +29,26 @@ long long ParsedOptions::getInteger(const std::string& longName, long long defau
 }
 
 namespace {
-const OptionSpec* findLong(const std::vector<OptionSpec>& vSpecs, const std::string& name)
+const OptionDef* findLong(const std::vector<OptionDef>& vOptionDefs, const std::string& name)
 {
-	for(const OptionSpec& spec : vSpecs)
+	for(const OptionDef& option : vOptionDefs)
 	{
-		if(spec.longName == name) return &spec;
+		if(option.longName == name) return &option;
 	}
 	return nullptr;
 }
 
-const OptionSpec* findShort(const std::vector<OptionSpec>& vSpecs, char c)
+const OptionDef* findShort(const std::vector<OptionDef>& vOptionDefs, char c)
 {
-	for(const OptionSpec& spec : vSpecs)
+	for(const OptionDef& option : vOptionDefs)
 	{
-		if(spec.shortName != 0 && spec.shortName == c) return &spec;
+		if(option.shortName != 0 && option.shortName == c) return &option;
 	}
 	return nullptr;
 }
 } // namespace
 
-ParsedOptions parseOptions(const std::vector<OptionSpec>& vSpecs, const std::vector<std::string>& vArgs)
+ParsedOptions parseOptions(const std::vector<OptionDef>& vOptionDefs, const std::vector<std::string>& vArgs)
 {
 	ParsedOptions parsed;
 	bool bOnlyPositional(false);
@@ -65,7 +65,7 @@ ParsedOptions parseOptions(const std::vector<OptionSpec>& vSpecs, const std::vec
 			bOnlyPositional = true;
 			continue;
 		}
-		const OptionSpec* pSpec(nullptr);
+		const OptionDef* pSpec(nullptr);
 		std::string inlineValue;
 		bool bHasInlineValue(false);
 		if(arg[1] == '-')
@@ -78,11 +78,11 @@ ParsedOptions parseOptions(const std::vector<OptionSpec>& vSpecs, const std::vec
 				name = name.substr(0, eq);
 				bHasInlineValue = true;
 			}
-			pSpec = findLong(vSpecs, name);
+			pSpec = findLong(vOptionDefs, name);
 		}
 		else if(arg.size() == 2)
 		{
-			pSpec = findShort(vSpecs, arg[1]);
+			pSpec = findShort(vOptionDefs, arg[1]);
 		}
 		if(pSpec == nullptr) throw UsageError{"unknown option '" + arg + "'"};
 		if(!pSpec->bTakesValue)
@@ -102,20 +102,20 @@ ParsedOptions parseOptions(const std::vector<OptionSpec>& vSpecs, const std::vec
 	return parsed;
 }
 
-std::string formatOptions(const std::vector<OptionSpec>& vSpecs)
+std::string formatOptions(const std::vector<OptionDef>& vOptionDefs)
 {
 	const size_t helpColumn(28);
 	std::ostringstream oss;
-	for(const OptionSpec& spec : vSpecs)
+	for(const OptionDef& option : vOptionDefs)
 	{
 		std::string left("  ");
-		left += spec.shortName != 0 ? std::string("-") + spec.shortName + ", " : std::string("    ");
-		left += "--" + spec.longName;
-		if(spec.bTakesValue) left += " " + spec.valueName;
+		left += option.shortName != 0 ? std::string("-") + option.shortName + ", " : std::string("    ");
+		left += "--" + option.longName;
+		if(option.bTakesValue) left += " " + option.valueName;
 		oss << left;
 		if(left.size() + 2 > helpColumn) oss << "\n" << std::string(helpColumn, ' ');
 		else oss << std::string(helpColumn - left.size(), ' ');
-		oss << spec.help << "\n";
+		oss << option.help << "\n";
 	}
 	return oss.str();
 }

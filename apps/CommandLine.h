@@ -8,7 +8,7 @@
 
 namespace mireltool {
 
-struct OptionSpec
+struct OptionDef
 {
 	std::string longName; // "output-dir"
 	char shortName; // 'o', or 0 for none
@@ -33,13 +33,13 @@ public:
 	const std::vector<std::string>& getPositional() const { return vPositional; }
 
 private:
-	friend ParsedOptions parseOptions(const std::vector<OptionSpec>& vSpecs, const std::vector<std::string>& vArgs);
+	friend ParsedOptions parseOptions(const std::vector<OptionDef>& vOptionDefs, const std::vector<std::string>& vArgs);
 	std::map<std::string, std::string> mValues;
 	std::vector<std::string> vPositional;
 };
 
-ParsedOptions parseOptions(const std::vector<OptionSpec>& vSpecs, const std::vector<std::string>& vArgs);
+ParsedOptions parseOptions(const std::vector<OptionDef>& vOptionDefs, const std::vector<std::string>& vArgs);
 // The option table as help text, one aligned line (or more) per option.
-std::string formatOptions(const std::vector<OptionSpec>& vSpecs);
+std::string formatOptions(const std::vector<OptionDef>& vOptionDefs);
 
 } // namespace mireltool

@@ -37,9 +37,9 @@ const double TERRAIN_ZMAX(400.0);
 const size_t SURFACE_GRID(129);
 const size_t SURFACE_HILLS(12);
 
-const std::vector<OptionSpec>& optionSpecs()
+const std::vector<OptionDef>& optionSpecs()
 {
-	static const std::vector<OptionSpec> vSpecs = {
+	static const std::vector<OptionDef> vOptionDefs = {
 		{"input", 'i', true, "FILE", "points to triangulate: text with x y or x y z per line, or a binary point file (type 20 or 30); also accepted as the first argument"},
 		{"format", 'f', true, "FMT", "auto (default), xy, xyz (text, numbers taken 2 or 3 at a time) or bin"},
 		{"points", 'n', true, "N", "without an input file: points of the built-in terrain (default 100000)"},
@@ -54,7 +54,7 @@ const std::vector<OptionSpec>& optionSpecs()
 		{"quiet", 'q', false, "", "no progress bar"},
 		{"help", 'h', false, "", "this help"},
 	};
-	return vSpecs;
+	return vOptionDefs;
 }
 
 double secondsSince(std::chrono::steady_clock::time_point start)
