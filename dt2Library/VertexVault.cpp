@@ -27,6 +27,7 @@ VertexVault::~VertexVault() {}
 
 void VertexVault::reserveBatch(size_t n)
 {
+	mergeSingles();
 	vIdxVtxAct.reserve(vIdxVtxAct.size() + n);
 }
 
@@ -45,10 +46,29 @@ void VertexVault::addOne(Point2* pVtx, uint32_t key)
 	pRec->key = key;
 	pRec->active = 1;
 	pRec->pVtx = pVtx;
-	auto pos(std::upper_bound(vIdxVtxAct.begin(), vIdxVtxAct.begin() + numSorted, pRec, keyLess));
-	vIdxVtxAct.insert(pos, pRec);
-	++numSorted;
 	++numActive;
+	if(!bFullDimensional)
+	{
+		auto pos(std::upper_bound(vIdxVtxAct.begin(), vIdxVtxAct.begin() + numSorted, pRec, keyLess));
+		vIdxVtxAct.insert(pos, pRec);
+		++numSorted;
+		return;
+	}
+	// Constraint and refinement points arrive one by one; inserting each into the
+	// sorted vector would move the whole store every time. The tail is scanned
+	// by the lookups and merged in once it is longer than twice the square root of the store:
+	// amortised, a merge then costs a few pointer moves per insertion.
+	vIdxVtxAct.push_back(pRec);
+	size_t numTail(vIdxVtxAct.size() - numSorted);
+	if(numTail > 4096 && numTail * numTail > 4 * numSorted) mergeSingles();
+}
+
+void VertexVault::mergeSingles()
+{
+	if(numSorted == vIdxVtxAct.size()) return;
+	// Stable, so that equal keys keep their order of arrival.
+	std::stable_sort(vIdxVtxAct.begin() + numSorted, vIdxVtxAct.end(), keyLess);
+	mergeBatch();
 }
 
 void VertexVault::rekey()
@@ -158,6 +178,10 @@ Point2* VertexVault::findActiveVertexAt(const Point2& p) const
 	{
 		if(vIdxVtxAct[i]->active && *vIdxVtxAct[i]->pVtx == p) return vIdxVtxAct[i]->pVtx;
 	}
+	for(size_t i = numSorted; i < vIdxVtxAct.size(); ++i)
+	{
+		if(vIdxVtxAct[i]->active && *vIdxVtxAct[i]->pVtx == p) return vIdxVtxAct[i]->pVtx;
+	}
 	return nullptr;
 }
 
@@ -263,6 +287,14 @@ bool VertexVault::findIdx(const Point2* pQuery, size_t& idx) const
 {
 	uint32_t key(pGrid->getKey(pQuery->x(), pQuery->y()));
 	for(size_t i = lowerBound(key); i < numSorted && vIdxVtxAct[i]->key == key; ++i)
+	{
+		if(vIdxVtxAct[i]->pVtx == pQuery && vIdxVtxAct[i]->active)
+		{
+			idx = i;
+			return true;
+		}
+	}
+	for(size_t i = numSorted; i < vIdxVtxAct.size(); ++i)
 	{
 		if(vIdxVtxAct[i]->pVtx == pQuery && vIdxVtxAct[i]->active)
 		{
