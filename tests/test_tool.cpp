@@ -4,7 +4,7 @@
 // that Ghostscript renders.
 #include "Point2.h"
 #include "freeFunctions.h"
-#include "ps_render.h"
+#include "test_support.h"
 #include <gtest/gtest.h>
 #include <algorithm>
 #include <cstdint>
@@ -38,8 +38,8 @@ RunResult runTool(const std::string& args)
 	std::string cmd(std::string("'") + MIREL_TOOL_PATH + "' " + args + " > " + outFile + " 2> " + errFile);
 	int status(std::system(cmd.c_str()));
 	r.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-	r.out = psrender::readFile(outFile);
-	r.err = psrender::readFile(errFile);
+	r.out = mtest::readFile(outFile);
+	r.err = mtest::readFile(errFile);
 	std::remove(outFile.c_str());
 	std::remove(errFile.c_str());
 #else
@@ -180,7 +180,7 @@ TEST_F(MirelTool, GoodRunsWriteAMatchingMeshAndARenderableDrawing)
 	EXPECT_NE(r.out.find("MESH STATISTICS (survey)"), std::string::npos) << r.out;
 	EXPECT_NE(r.err.find("100%"), std::string::npos) << r.err;
 
-	std::string obj(psrender::readFile("tool_good_out/survey.obj"));
+	std::string obj(mtest::readFile("tool_good_out/survey.obj"));
 	size_t numV(countLinesStartingWith(obj, "v ")), numF(countLinesStartingWith(obj, "f "));
 	EXPECT_EQ(numV, 500u);
 	// Every input place comes back exactly (shortest round-trip text).
@@ -221,12 +221,12 @@ TEST_F(MirelTool, GoodRunsWriteAMatchingMeshAndARenderableDrawing)
 	ASSERT_TRUE(writePointsBIN("tool_points.bin", vBin));
 	r = runTool("tool_points.bin -o tool_terrain_out --no-ps -q");
 	ASSERT_EQ(r.exitCode, 0) << r.out << r.err;
-	EXPECT_EQ(countLinesStartingWith(psrender::readFile("tool_terrain_out/tool_points.obj"), "v "), 500u);
+	EXPECT_EQ(countLinesStartingWith(mtest::readFile("tool_terrain_out/tool_points.obj"), "v "), 500u);
 
-	if(!psrender::ghostscriptAvailable()) GTEST_SKIP() << "gs not installed";
-	psrender::Image img;
+	if(!mtest::ghostscriptAvailable()) GTEST_SKIP() << "gs not installed";
+	mtest::Image img;
 	std::string log;
-	ASSERT_TRUE(psrender::render("tool_terrain_out/terrain.ps", "tool_terrain.png", 40, img, log)) << log;
+	ASSERT_TRUE(mtest::render("tool_terrain_out/terrain.ps", "tool_terrain.png", 40, img, log)) << log;
 	// The filled map covers the 480x480-point drawing area: ~70000 pixels at 40 dpi.
-	EXPECT_GT(psrender::countNonWhite(img), 50000u);
+	EXPECT_GT(mtest::countNonWhite(img), 50000u);
 }

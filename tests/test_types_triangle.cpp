@@ -1,5 +1,6 @@
 #include "GeomTest.h"
 #include "Triangle2.h"
+#include "test_support.h"
 #include "tools.h"
 #include <gtest/gtest.h>
 #include <gmpxx.h>
@@ -16,12 +17,7 @@
 using namespace MIREL25D;
 
 namespace {
-template<typename T> std::string streamed(const T& value)
-{
-	std::ostringstream ss;
-	ss << value;
-	return ss.str();
-}
+using mtest::streamed;
 std::string addressOf(const void* p)
 {
 	return streamed(p);
