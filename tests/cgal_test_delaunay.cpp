@@ -4,12 +4,7 @@
 #include "test_support.h"
 #include <CGAL/Delaunay_triangulation_2.h>
 #include <CGAL/Exact_predicates_inexact_constructions_kernel.h>
-#include <algorithm>
 #include <array>
-#include <random>
-#include <set>
-#include <utility>
-#include <vector>
 
 using namespace MIREL25D;
 

@@ -3,20 +3,12 @@
 // the library's numbering); the clearing export against the normal one; the
 // record's OBJ and print formats; and the drawing of the triangulation.
 #include "Dt2.h"
-#include "MirelException.h"
 #include "MirelExport.h"
-#include "Mirel_2D.h"
 #include "Visualizer2.h"
 #include "freeFunctions.h"
 #include "test_support.h"
-#include <algorithm>
 #include <array>
 #include <cstdio>
-#include <map>
-#include <random>
-#include <set>
-#include <utility>
-#include <vector>
 
 using namespace MIREL25D;
 

@@ -3,9 +3,7 @@
 #include "tools.h"
 #include <cfenv>
 #include <cmath>
-#include <random>
 #include <thread>
-#include <vector>
 
 using namespace MIREL25D;
 

@@ -1,7 +1,6 @@
 #include "tools.h"
 #include "freeFunctions.h"
 #include "test_support.h"
-#include <fstream>
 
 using namespace MIREL25D;
 

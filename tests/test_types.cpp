@@ -5,12 +5,8 @@
 #include "Segment2.h"
 #include "test_support.h"
 #include "tools.h"
-#include <gtest/gtest.h>
 #include <cmath>
 #include <limits>
-#include <random>
-#include <set>
-#include <sstream>
 
 using namespace MIREL25D;
 

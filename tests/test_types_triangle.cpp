@@ -2,17 +2,9 @@
 #include "Triangle2.h"
 #include "test_support.h"
 #include "tools.h"
-#include <gtest/gtest.h>
-#include <gmpxx.h>
-#include <algorithm>
 #include <array>
 #include <cmath>
 #include <limits>
-#include <map>
-#include <random>
-#include <set>
-#include <sstream>
-#include <vector>
 
 using namespace MIREL25D;
 

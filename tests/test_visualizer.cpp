@@ -7,9 +7,6 @@
 #include "Visualizer2.h"
 #include "tools.h"
 #include "test_support.h"
-#include <set>
-#include <string>
-#include <vector>
 
 using namespace MIREL25D;
 
