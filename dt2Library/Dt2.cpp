@@ -1,8 +1,11 @@
 #include "Dt2.h"
+#include "MirelExport.h"
 #include "tools.h"
 #include "Circle2.h"
 #include "Visualizer2.h"
+#include <algorithm>
 #include <chrono>
+#include <cstdint>
 #include <cmath>
 #include <cstdlib>
 #include <iomanip>
@@ -901,7 +904,8 @@ bool Dt2::checkValidity(bool bCheckEmptyCircles, const char* checkName)
 				bValid = false;
 				continue;
 			}
-			if(bCheckEmptyCircles && geomTest.circleInc3state(pT, pNeigT->getCorner(j)) == CINC2_INCIRCLE)
+			// Constraint edges may fail the test: flips never cross them.
+			if(bCheckEmptyCircles && geomTest.circleInc3state(pT, pNeigT->getCorner(j)) == CINC2_INCIRCLE && !(bConstraintsExist && isConstraint(pT, i)))
 			{
 				std::ostringstream oss;
 				oss << "Sphere inclusion test failed: " << *pT << "\n" << *pNeigT;
@@ -1243,6 +1247,163 @@ void Dt2::dropToLowerDimension()
 	vertexVault.getActiveVertices(vVertices);
 	for(Point2* pVtx : vVertices) pVtx->setIncidentTriangle(nullptr);
 	vertexVault.clearFullDimensional();
+}
+
+// ======================================================================
+// Export and drawing
+// ======================================================================
+
+// Export indices of the vertices, looked up by address: the vertices live in
+// pool blocks, so a vertex's block and its position there give a slot, and a
+// table maps slots to indices. Only addresses are compared, never
+// dereferenced, so the vertices may already be released while the triangles
+// are numbered.
+class VertexNumbering
+{
+public:
+	explicit VertexNumbering(const SimplePool<Point2>& vertexPool) : lastBlock(0)
+	{
+		size_t firstSlot(0);
+		for(size_t b = 0; b < vertexPool.numBlocks(); ++b)
+		{
+			size_t numUsed(0);
+			uintptr_t begin(reinterpret_cast<uintptr_t>(vertexPool.getBlock(b, numUsed)));
+			vBlocks.push_back(BlockRange{begin, begin + numUsed * sizeof(Point2), firstSlot});
+			firstSlot += numUsed;
+		}
+		std::sort(vBlocks.begin(), vBlocks.end(), [](const BlockRange& a, const BlockRange& b) { return a.begin < b.begin; });
+		vSlotIndex.assign(firstSlot, -1);
+	}
+	void assign(const Point2* pVtx, int32_t idx) { vSlotIndex[slotOf(pVtx)] = idx; }
+	int32_t get(const Point2* pVtx) const { return vSlotIndex[slotOf(pVtx)]; }
+
+private:
+	struct BlockRange
+	{
+		uintptr_t begin, end;
+		size_t firstSlot;
+	};
+	// Corners of neighbouring triangles are mostly in the same block: the last
+	// block found is tried first, then a bisection.
+	size_t slotOf(const Point2* pVtx) const
+	{
+		uintptr_t addr(reinterpret_cast<uintptr_t>(pVtx));
+		const BlockRange* pRange(&vBlocks[lastBlock]);
+		if(addr < pRange->begin || addr >= pRange->end)
+		{
+			auto it(std::upper_bound(vBlocks.begin(), vBlocks.end(), addr, [](uintptr_t a, const BlockRange& r) { return a < r.begin; }));
+			MIREL_ASSERT(it!=vBlocks.begin());
+			lastBlock = size_t(it - vBlocks.begin()) - 1;
+			pRange = &vBlocks[lastBlock];
+			MIREL_ASSERT(addr<pRange->end);
+		}
+		return pRange->firstSlot + (addr - pRange->begin) / sizeof(Point2);
+	}
+
+	std::vector<BlockRange> vBlocks;
+	std::vector<int32_t> vSlotIndex;
+	mutable size_t lastBlock;
+};
+
+void Dt2::exportTriangulationArray(MirelExport& mirelExport, bool bWithCustomIndices, bool bClearAfterExport)
+{
+	MIREL_ASSERT(mirelExport.aTriangles==0);
+	MIREL_ASSERT(mirelExport.aCoords==0);
+	MIREL_ASSERT(mirelExport.aCustomIndices==0);
+	if(bWithCustomIndices) vertexVault.export_fetchCustomIndices(mirelExport);
+	VertexNumbering numbering(vertexPool);
+	exportVertices(mirelExport, numbering);
+	// Vertices first: their memory goes before the triangle array is allocated.
+	if(bClearAfterExport)
+	{
+		vertexVault.clear();
+		vertexPool.clear();
+	}
+	exportTriangles(mirelExport, numbering, bClearAfterExport);
+	if(bClearAfterExport)
+	{
+		trianglePool.clear();
+		numAllT = 0;
+		numDeadT = 0;
+	}
+}
+
+void Dt2::exportVertices(MirelExport& mirelExport, VertexNumbering& numbering)
+{
+	size_t numVtx(vertexVault.numberOfPoints());
+	mirelExport.numPoints = static_cast<int32_t>(numVtx);
+	mirelExport.aCoords = numVtx > 0 ? new double[size_t(mirelExport.dim) * numVtx] : nullptr;
+	double* pCoord(mirelExport.aCoords);
+	int32_t idx(0);
+	for(size_t i = 0; i < vertexVault.size(); ++i)
+	{
+		const IdxVtxAct* pRec(vertexVault.getRecord(i));
+		if(!pRec->active) continue;
+		const Point2* pVtx(pRec->pVtx);
+		numbering.assign(pVtx, idx++);
+		*pCoord++ = pVtx->x();
+		*pCoord++ = pVtx->y();
+		*pCoord++ = pVtx->z();
+	}
+	MIREL_ASSERT(size_t(idx)==numVtx);
+}
+
+void Dt2::exportTriangles(MirelExport& mirelExport, const VertexNumbering& numbering, bool bClearAfterExport)
+{
+	size_t numT(numberOfTriangles());
+	mirelExport.numTriangles = static_cast<int32_t>(numT);
+	mirelExport.aTriangles = numT > 0 ? new int32_t[3 * numT] : nullptr;
+	int32_t* pOut(mirelExport.aTriangles);
+	size_t numWritten(0);
+	for(size_t b = 0; b < trianglePool.numBlocks(); ++b)
+	{
+		size_t numUsed(0);
+		const Triangle2* pBlock(trianglePool.getBlock(b, numUsed));
+		for(size_t i = 0; i < numUsed; ++i)
+		{
+			const Triangle2& t(pBlock[i]);
+			if(!t.isAlive()) continue;
+			MIREL_ASSERT(numWritten<numT);
+			for(int c = 0; c < 3; ++c)
+			{
+				int32_t vtxIdx(numbering.get(t.getCorner(c)));
+				MIREL_ASSERT(vtxIdx>=0);
+				*pOut++ = vtxIdx;
+			}
+			++numWritten;
+		}
+		if(bClearAfterExport) trianglePool.freeBlock(b);
+	}
+	MIREL_ASSERT(numWritten==numT);
+}
+
+void Dt2::show(Visualizer2* pVis, bool bWithConstraints)
+{
+	if(!vertexVault.isFullDimensional())
+	{
+		sendWarning("Dt2::show()", "The triangulation has no area yet, no visualization");
+		return;
+	}
+	std::vector<Triangle2*> vT;
+	getTrianglePointers(vT);
+	pVis->addObject(vT, Color(CBLACK, 0.001f, false));
+	if(!bWithConstraints) return;
+	// The alive constraint pieces, drawn over the triangles.
+	std::vector<ConstraintSegment2*> vPieces;
+	getAliveConstraintSegments(vPieces);
+	for(ConstraintSegment2* pCSeg : vPieces) pVis->addObject(Segment2(*pCSeg->getSrc(), *pCSeg->getTrg()), Color(CRED, 0.002f, false));
+}
+
+void Dt2::show(const char* filename, bool bWithConstraints)
+{
+	if(!vertexVault.isFullDimensional())
+	{
+		sendWarning("Dt2::show()", "The triangulation has no area yet, no visualization");
+		return;
+	}
+	Visualizer2 vis(filename);
+	show(&vis, bWithConstraints);
+	vis.writeFile();
 }
 
 } // namespace MIREL25D

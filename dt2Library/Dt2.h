@@ -22,6 +22,9 @@ namespace MIREL25D {
 class ConstraintGraph2;
 class ConstraintMgr;
 struct ConstraintWork;
+struct MirelExport;
+class Visualizer2;
+class VertexNumbering;
 
 // The triangulation behind the facade Mirel_2D: an exact 2D Delaunay
 // triangulation built incrementally (Hilbert order, visibility walk, split,
@@ -249,6 +252,27 @@ private:
 	size_t numUmbrellaT = 0; // size of the umbrella, for the watchdog report
 	size_t numRemovalSteps = 0;
 	size_t maxRemovalSteps = 0;
+
+	// ======================================================================
+	// Export and drawing
+	// ======================================================================
+public:
+	// Fills the empty record with the live vertices (numbered in the vault's
+	// order) and all triangles. With bClearAfterExport the vertices and
+	// triangles are released while the arrays are filled, which keeps the
+	// memory peak low; the triangulation is unusable afterwards and the facade
+	// replaces it by a new one.
+	void exportTriangulationArray(MirelExport& mirelExport, bool bWithCustomIndices, bool bClearAfterExport);
+	// The capacity hint the pools were sized with.
+	unsigned getNumExpectedVertices() const { return static_cast<unsigned>(vertexPool.getBlockSize()); }
+	// Draws every triangle; with bWithConstraints the constraint edges are
+	// drawn over them. Nothing is drawn while no triangle exists.
+	void show(Visualizer2* pVis, bool bWithConstraints);
+	void show(const char* filename, bool bWithConstraints);
+
+private:
+	void exportVertices(MirelExport& mirelExport, VertexNumbering& numbering);
+	void exportTriangles(MirelExport& mirelExport, const VertexNumbering& numbering, bool bClearAfterExport);
 };
 
 } // namespace MIREL25D

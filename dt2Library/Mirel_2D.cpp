@@ -198,4 +198,31 @@ void Mirel_2D::applyConstraintsAndZones()
 	pImpl->applyConstraintsAndZones();
 }
 
+// ---- Export and drawing ----
+
+void Mirel_2D::exportTriangulation(MirelExport& mirelExport, bool withCustomIndices, bool clearAfterExport)
+{
+	pImpl->exportTriangulationArray(mirelExport, withCustomIndices, clearAfterExport);
+	if(!clearAfterExport) return;
+	// The released triangulation gives way to an empty one with the same settings.
+	unsigned numExpectedVertices(pImpl->getNumExpectedVertices());
+	int numCPU(pImpl->getNumCPU());
+	bool bFastMode(pImpl->isFastMode());
+	delete pImpl;
+	pImpl = new(std::nothrow) Dt2(numExpectedVertices);
+	if(pImpl == nullptr) return;
+	pImpl->setNumCPU(numCPU);
+	pImpl->setFastMode(bFastMode);
+}
+
+void Mirel_2D::show(const char* postscriptFilename, bool bWithConstraints)
+{
+	pImpl->show(postscriptFilename, bWithConstraints);
+}
+
+void Mirel_2D::show(Visualizer2* pVis, bool bWithConstraints)
+{
+	pImpl->show(pVis, bWithConstraints);
+}
+
 } // namespace MIREL25D

@@ -14,6 +14,8 @@
 namespace MIREL25D {
 
 class Dt2;
+struct MirelExport;
+class Visualizer2;
 
 // The triangulation as the user sees it: a 2D Delaunay triangulation of points
 // that carry a height. Every member forwards to the implementation object,
@@ -95,6 +97,19 @@ public:
 	void statistics(const char* name);
 	// The triangulation stays Delaunay; bad arguments give a warning and change nothing.
 	void remove(Point2* pVtx);
+
+	// ---- Export and drawing ----
+	// Fills the empty record (see MirelExport). With clearAfterExport the
+	// triangulation is released while the arrays are filled, which keeps the
+	// memory peak low; this object is then empty again and keeps its thread
+	// count and fast mode (its name and listeners start afresh).
+	void exportTriangulation(MirelExport& mirelExport, bool withCustomIndices, bool clearAfterExport);
+	// Draws the triangles into a PostScript file; with bWithConstraints the
+	// constraint edges are drawn over them. Nothing is written while the
+	// triangulation has no triangle.
+	void show(const char* postscriptFilename, bool bWithConstraints = true);
+	// Adds the triangles to the caller's drawing, which the caller writes.
+	void show(Visualizer2* pVis, bool bWithConstraints = true);
 
 private:
 	Dt2* pImpl;

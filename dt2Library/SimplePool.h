@@ -69,11 +69,19 @@ public:
 		return vBlocks[i];
 	}
 
+	// Frees block i at once, for a scan that consumes the pool: its objects
+	// must not be used again, and only clear() may follow.
+	void freeBlock(size_t i)
+	{
+		delete[] vBlocks[i];
+		vBlocks[i] = nullptr;
+	}
+
 	void clear()
 	{
 		for(T* pBlock : vBlocks) delete[] pBlock;
-		vBlocks.clear();
-		vFree.clear();
+		std::vector<T*>().swap(vBlocks);
+		std::vector<T*>().swap(vFree);
 		numUsedInLastBlock = 0;
 	}
 

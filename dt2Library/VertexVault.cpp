@@ -1,5 +1,6 @@
 #include "VertexVault.h"
 #include "GeomTest.h"
+#include "MirelExport.h"
 #include "Triangle2.h"
 #include "tools.h"
 #include <algorithm>
@@ -26,6 +27,7 @@ VertexVault::~VertexVault() {}
 
 void VertexVault::reserveBatch(size_t n)
 {
+	mergeSingles();
 	vIdxVtxAct.reserve(vIdxVtxAct.size() + n);
 }
 
@@ -44,10 +46,29 @@ void VertexVault::addOne(Point2* pVtx, uint32_t key)
 	pRec->key = key;
 	pRec->active = 1;
 	pRec->pVtx = pVtx;
-	auto pos(std::upper_bound(vIdxVtxAct.begin(), vIdxVtxAct.begin() + numSorted, pRec, keyLess));
-	vIdxVtxAct.insert(pos, pRec);
-	++numSorted;
 	++numActive;
+	if(!bFullDimensional)
+	{
+		auto pos(std::upper_bound(vIdxVtxAct.begin(), vIdxVtxAct.begin() + numSorted, pRec, keyLess));
+		vIdxVtxAct.insert(pos, pRec);
+		++numSorted;
+		return;
+	}
+	// Constraint and refinement points arrive one by one; inserting each into the
+	// sorted vector would move the whole store every time. The tail is scanned
+	// by the lookups and merged in once it is longer than twice the square root of the store:
+	// amortised, a merge then costs a few pointer moves per insertion.
+	vIdxVtxAct.push_back(pRec);
+	size_t numTail(vIdxVtxAct.size() - numSorted);
+	if(numTail > 4096 && numTail * numTail > 4 * numSorted) mergeSingles();
+}
+
+void VertexVault::mergeSingles()
+{
+	if(numSorted == vIdxVtxAct.size()) return;
+	// Stable, so that equal keys keep their order of arrival.
+	std::stable_sort(vIdxVtxAct.begin() + numSorted, vIdxVtxAct.end(), keyLess);
+	mergeBatch();
 }
 
 void VertexVault::rekey()
@@ -154,6 +175,10 @@ Point2* VertexVault::findActiveVertexAt(const Point2& p) const
 {
 	uint32_t key(pGrid->getKey(p.x(), p.y()));
 	for(size_t i = lowerBound(key); i < numSorted && vIdxVtxAct[i]->key == key; ++i)
+	{
+		if(vIdxVtxAct[i]->active && *vIdxVtxAct[i]->pVtx == p) return vIdxVtxAct[i]->pVtx;
+	}
+	for(size_t i = numSorted; i < vIdxVtxAct.size(); ++i)
 	{
 		if(vIdxVtxAct[i]->active && *vIdxVtxAct[i]->pVtx == p) return vIdxVtxAct[i]->pVtx;
 	}
@@ -269,6 +294,14 @@ bool VertexVault::findIdx(const Point2* pQuery, size_t& idx) const
 			return true;
 		}
 	}
+	for(size_t i = numSorted; i < vIdxVtxAct.size(); ++i)
+	{
+		if(vIdxVtxAct[i]->pVtx == pQuery && vIdxVtxAct[i]->active)
+		{
+			idx = i;
+			return true;
+		}
+	}
 	return false;
 }
 
@@ -300,6 +333,30 @@ void VertexVault::getActiveVertices(std::vector<Point2*>& vVertices) const
 	{
 		if(pRec->active) vVertices.push_back(pRec->pVtx);
 	}
+}
+
+void VertexVault::export_fetchCustomIndices(MirelExport& mirelExport) const
+{
+	MIREL_ASSERT(mirelExport.aCustomIndices==0);
+	MIREL_ASSERT(mirelExport.numCustomIndices==0);
+	mirelExport.numCustomIndices = static_cast<int32_t>(numActive);
+	if(numActive == 0) return;
+	mirelExport.aCustomIndices = new int32_t[numActive];
+	int32_t* pOut(mirelExport.aCustomIndices);
+	for(const IdxVtxAct* pRec : vIdxVtxAct)
+	{
+		if(pRec->active) *pOut++ = pRec->pVtx->getCustomIndex();
+	}
+}
+
+void VertexVault::clear()
+{
+	std::vector<IdxVtxAct*>().swap(vIdxVtxAct);
+	idxPool.clear();
+	mRedundant2UniqueVtx.clear();
+	numSorted = 0;
+	numActive = 0;
+	bFullDimensional = false;
 }
 
 } // namespace MIREL25D

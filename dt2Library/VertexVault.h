@@ -11,6 +11,7 @@ namespace MIREL25D {
 
 class GeomTest;
 class Triangle2;
+struct MirelExport;
 
 // One record per vertex: its Hilbert key, whether it still belongs to the
 // triangulation (false once removed or found to be a duplicate), the vertex.
@@ -51,8 +52,12 @@ public:
 	// Merges the sorted batch into the sorted store; older records come first
 	// among equal keys, which keeps the first of several equal points first.
 	void mergeBatch();
-	// A single vertex, placed after the records with an equal key.
+	// A single vertex. While no triangle exists it is placed after the records
+	// with an equal key; afterwards it joins a short unsorted tail that is
+	// merged once it grows, so that single insertions do not shift the store.
 	void addOne(Point2* pVtx, uint32_t key);
+	// Sorts the tail of single vertices and merges it into the store.
+	void mergeSingles();
 	// The grid changed: new keys for every record, and the store sorted again.
 	void rekey();
 
@@ -89,10 +94,21 @@ public:
 	const IdxVtxAct* getRecord(size_t i) const { return vIdxVtxAct[i]; }
 	void getActiveVertices(std::vector<Point2*>& vVertices) const;
 
+	// Fills the custom index array of an export record, one entry per active
+	// vertex in the vault's order; the record's array must be empty.
+	void export_fetchCustomIndices(MirelExport& mirelExport) const;
+	// Forgets every record and frees their memory (the vertices belong to the
+	// triangulation's pool).
+	void clear();
+
 	bool isFullDimensional() const { return bFullDimensional; }
 	void setFullDimensional() { bFullDimensional = true; }
 	// After a removal left no triangle (the remaining points are collinear).
-	void clearFullDimensional() { bFullDimensional = false; }
+	void clearFullDimensional()
+	{
+		mergeSingles();
+		bFullDimensional = false;
+	}
 
 private:
 	// First record position with a key not below key, within the sorted part.
@@ -103,7 +119,7 @@ private:
 	const HilbertGrid* pGrid;
 	SimplePool<IdxVtxAct> idxPool;
 	std::vector<IdxVtxAct*> vIdxVtxAct;
-	size_t numSorted; // records [0, numSorted) are merged and sorted by key
+	size_t numSorted; // records [0, numSorted) are merged and sorted by key; the rest is a batch or the tail of single vertices
 	size_t numActive;
 	std::map<Point2*, Point2*> mRedundant2UniqueVtx;
 	bool bFullDimensional;

@@ -1,16 +1,10 @@
 // Differential test: for points in general position the Delaunay triangulation
 // is unique, so the triangles must equal those of CGAL's exact-predicate
 // Delaunay triangulation, also after removals.
-#include "Mirel_2D.h"
+#include "test_support.h"
 #include <CGAL/Delaunay_triangulation_2.h>
 #include <CGAL/Exact_predicates_inexact_constructions_kernel.h>
-#include <gtest/gtest.h>
-#include <algorithm>
 #include <array>
-#include <random>
-#include <set>
-#include <utility>
-#include <vector>
 
 using namespace MIREL25D;
 
@@ -56,14 +50,6 @@ std::set<TriangleKey> cgalTriangles(const CgalDelaunay& cgal)
 	return s;
 }
 
-std::vector<Point2> randomPoints(std::mt19937& rng, size_t n, double offset)
-{
-	std::uniform_real_distribution<double> d(0.0, 1.0);
-	std::vector<Point2> v;
-	for(size_t i = 0; i < n; ++i) v.push_back(Point2(offset + d(rng), offset + d(rng), d(rng)));
-	return v;
-}
-
 TEST(CgalDelaunay, SameTrianglesAsCgal)
 {
 	std::mt19937 rng(7);
@@ -71,7 +57,7 @@ TEST(CgalDelaunay, SameTrianglesAsCgal)
 	{
 		for(double offset : {0.0, 1e6})
 		{
-			std::vector<Point2> v(randomPoints(rng, n, offset));
+			std::vector<Point2> v(mtest::uniformPoints(rng, n, offset, offset + 1.0));
 			Mirel_2D dt(static_cast<unsigned>(n));
 			dt.insert(v);
 			CgalDelaunay cgal;
@@ -86,7 +72,7 @@ TEST(CgalDelaunay, SameTrianglesAsCgal)
 TEST(CgalDelaunay, SameTrianglesAfterRemovals)
 {
 	std::mt19937 rng(8);
-	std::vector<Point2> v(randomPoints(rng, 3000, 0.0));
+	std::vector<Point2> v(mtest::uniformPoints(rng, 3000, 0.0, 1.0));
 	Mirel_2D dt(3000);
 	std::vector<Point2*> vHandles;
 	dt.insert(v, vHandles);

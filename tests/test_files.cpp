@@ -1,40 +1,25 @@
+// Point and segment files: byte-exact binary layout, bit-exact round trips in
+// binary and text, 2D file types, truncated files, and the readers' and
+// writers' messages.
 #include "freeFunctions.h"
 #include "Segment2.h"
-#include <gtest/gtest.h>
+#include "test_support.h"
 #include <cmath>
 #include <cstdint>
 #include <cstring>
-#include <fstream>
 #include <iterator>
-#include <limits>
-#include <sstream>
-#include <string>
-#include <vector>
 
 using namespace MIREL25D;
+using mtest::readFile;
 
 namespace {
 typedef std::vector<unsigned char> Bytes;
 
 // Expected file contents are built independently of the writers: explicit
-// little-endian bytes of each field.
+// little-endian bytes of each field, a 32-bit type and a 64-bit count first.
 void appendLE(Bytes& b, uint64_t value, int numBytes)
 {
 	for(int i = 0; i < numBytes; ++i) b.push_back(static_cast<unsigned char>((value >> (8 * i)) & 0xffu));
-}
-void appendInt32(Bytes& b, int32_t v)
-{
-	appendLE(b, static_cast<uint32_t>(v), 4);
-}
-void appendInt64(Bytes& b, int64_t v)
-{
-	appendLE(b, static_cast<uint64_t>(v), 8);
-}
-void appendDouble(Bytes& b, double d)
-{
-	uint64_t bits;
-	std::memcpy(&bits, &d, 8);
-	appendLE(b, bits, 8);
 }
 uint64_t bitsOf(double d)
 {
@@ -42,28 +27,33 @@ uint64_t bitsOf(double d)
 	std::memcpy(&bits, &d, 8);
 	return bits;
 }
-
+Bytes fileBytes(int32_t type, int64_t count, const std::vector<double>& vValues)
+{
+	Bytes b;
+	appendLE(b, static_cast<uint32_t>(type), 4);
+	appendLE(b, static_cast<uint64_t>(count), 8);
+	for(double d : vValues) appendLE(b, bitsOf(d), 8);
+	return b;
+}
 Bytes readBytes(const char* name)
 {
 	std::ifstream in(name, std::ios::binary);
 	return Bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
 }
-void writeBytes(const char* name, const Bytes& b)
+void writeFile(const char* name, const Bytes& b)
 {
 	std::ofstream out(name, std::ios::binary);
 	out.write(reinterpret_cast<const char*>(b.data()), static_cast<std::streamsize>(b.size()));
 }
-std::string readText(const char* name)
+void writeFile(const char* name, const std::string& s)
 {
-	std::ifstream in(name);
-	std::stringstream ss;
-	ss << in.rdbuf();
-	return ss.str();
+	writeFile(name, Bytes(s.begin(), s.end()));
 }
-void writeText(const char* name, const std::string& s)
+void expectBitEqual(const Point2& a, const Point2& b)
 {
-	std::ofstream out(name);
-	out << s;
+	EXPECT_EQ(bitsOf(a.x()), bitsOf(b.x()));
+	EXPECT_EQ(bitsOf(a.y()), bitsOf(b.y()));
+	EXPECT_EQ(bitsOf(a.z()), bitsOf(b.z()));
 }
 
 // Values that a careless text or binary path would damage.
@@ -74,51 +64,25 @@ std::vector<Point2> awkwardPoints()
 }
 } // namespace
 
-TEST(PointFiles, BinaryPointsByteForByte)
+TEST(PointFiles, BinaryFilesByteForByte)
 {
 	std::vector<Point2> vPoints{Point2(1.5, -2.25, 3.0), Point2(0.1, 1e100, -0.0)};
+	Bytes expected(fileBytes(30, 2, {1.5, -2.25, 3.0, 0.1, 1e100, -0.0}));
 	ASSERT_TRUE(writePointsBIN("points30.bin", vPoints));
-	Bytes expected;
-	appendInt32(expected, 30);
-	appendInt64(expected, 2);
-	for(const Point2& p : vPoints)
-	{
-		appendDouble(expected, p.x());
-		appendDouble(expected, p.y());
-		appendDouble(expected, p.z());
-	}
 	EXPECT_EQ(readBytes("points30.bin"), expected);
-
-	// The pointer overload writes the same file
-	std::vector<Point2*> vPointers{&vPoints[0], &vPoints[1]};
+	std::vector<Point2*> vPointers{&vPoints[0], &vPoints[1]}; // the pointer overload writes the same file
 	ASSERT_TRUE(writePointsBIN("points30p.bin", vPointers));
 	EXPECT_EQ(readBytes("points30p.bin"), expected);
 
-	std::vector<Point2> vEmpty;
-	ASSERT_TRUE(writePointsBIN("empty.bin", vEmpty));
-	EXPECT_EQ(readBytes("empty.bin"), Bytes({30, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0}));
-}
-
-TEST(PointFiles, BinarySegmentsByteForByte)
-{
 	std::vector<Segment2> vSegments{Segment2(Point2(1, 2, 3), Point2(4, 5, 6)), Segment2(Point2(-0.5, 0.25, 1e-300), Point2(7, 8, 9))};
 	ASSERT_TRUE(writeSegmentsBIN("segments31.bin", vSegments));
-	Bytes expected;
-	appendInt32(expected, 31);
-	appendInt64(expected, 2);
-	for(const Segment2& s : vSegments)
-	{
-		for(const Point2& p : {s.getSrc(), s.getTrg()})
-		{
-			appendDouble(expected, p.x());
-			appendDouble(expected, p.y());
-			appendDouble(expected, p.z());
-		}
-	}
-	EXPECT_EQ(readBytes("segments31.bin"), expected);
+	EXPECT_EQ(readBytes("segments31.bin"), fileBytes(31, 2, {1, 2, 3, 4, 5, 6, -0.5, 0.25, 1e-300, 7, 8, 9}));
 
-	std::vector<Segment2> vEmpty;
-	ASSERT_TRUE(writeSegmentsBIN("emptySegments.bin", vEmpty));
+	vPoints.clear();
+	vSegments.clear();
+	ASSERT_TRUE(writePointsBIN("empty.bin", vPoints));
+	EXPECT_EQ(readBytes("empty.bin"), Bytes({30, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0}));
+	ASSERT_TRUE(writeSegmentsBIN("emptySegments.bin", vSegments));
 	EXPECT_EQ(readBytes("emptySegments.bin"), Bytes({31, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0}));
 }
 
@@ -131,12 +95,9 @@ TEST(PointFiles, BinaryRoundTripIsBitExact)
 	ASSERT_EQ(vRead.size(), vPoints.size() + 1);
 	for(size_t i = 0; i < vPoints.size(); ++i)
 	{
-		const Point2& p(vRead[i + 1]);
-		EXPECT_EQ(bitsOf(p.x()), bitsOf(vPoints[i].x()));
-		EXPECT_EQ(bitsOf(p.y()), bitsOf(vPoints[i].y()));
-		EXPECT_EQ(bitsOf(p.z()), bitsOf(vPoints[i].z()));
-		EXPECT_EQ(p.getCustomIndex(), -1);
-		EXPECT_EQ(p.getIncidentTriangle(), nullptr);
+		expectBitEqual(vRead[i + 1], vPoints[i]);
+		EXPECT_EQ(vRead[i + 1].getCustomIndex(), -1);
+		EXPECT_EQ(vRead[i + 1].getIncidentTriangle(), nullptr);
 	}
 
 	std::vector<Segment2> vSegments;
@@ -147,60 +108,38 @@ TEST(PointFiles, BinaryRoundTripIsBitExact)
 	ASSERT_EQ(vReadSegments.size(), vSegments.size());
 	for(size_t i = 0; i < vSegments.size(); ++i)
 	{
-		EXPECT_TRUE(vReadSegments[i].getSrc().samePoint(vSegments[i].getSrc()));
-		EXPECT_TRUE(vReadSegments[i].getTrg().samePoint(vSegments[i].getTrg()));
-		EXPECT_EQ(bitsOf(vReadSegments[i].getSrc().x()), bitsOf(vSegments[i].getSrc().x())); // -0.0 stays -0.0
+		expectBitEqual(vReadSegments[i].getSrc(), vSegments[i].getSrc());
+		expectBitEqual(vReadSegments[i].getTrg(), vSegments[i].getTrg());
 	}
 }
 
-TEST(PointFiles, TwoDimensionalTypesReadWithZeroHeight)
+TEST(PointFiles, TwoDimensionalTypesTruncatedFilesAndEmptyCounts)
 {
-	Bytes points20;
-	appendInt32(points20, 20);
-	appendInt64(points20, 2);
-	for(double d : {1.0, 2.0, -3.5, 4.25}) appendDouble(points20, d);
-	writeBytes("points20.bin", points20);
+	// Types 20 and 21 carry x and y only: z reads as 0.
+	writeFile("points20.bin", fileBytes(20, 2, {1.0, 2.0, -3.5, 4.25}));
 	std::vector<Point2> vPoints;
 	ASSERT_TRUE(readPointsBIN("points20.bin", vPoints));
 	ASSERT_EQ(vPoints.size(), 2u);
-	EXPECT_TRUE(vPoints[0].samePoint(Point2(1, 2, 0)));
-	EXPECT_TRUE(vPoints[1].samePoint(Point2(-3.5, 4.25, 0)));
-
-	Bytes segments21;
-	appendInt32(segments21, 21);
-	appendInt64(segments21, 1);
-	for(double d : {1.0, 2.0, 3.0, 4.0}) appendDouble(segments21, d);
-	writeBytes("segments21.bin", segments21);
+	EXPECT_TRUE(vPoints[0].samePoint(Point2(1, 2, 0)) && vPoints[1].samePoint(Point2(-3.5, 4.25, 0)));
+	writeFile("segments21.bin", fileBytes(21, 1, {1.0, 2.0, 3.0, 4.0}));
 	std::vector<Segment2> vSegments;
 	ASSERT_TRUE(readSegmentsBIN("segments21.bin", vSegments));
 	ASSERT_EQ(vSegments.size(), 1u);
-	EXPECT_TRUE(vSegments[0].getSrc().samePoint(Point2(1, 2, 0)));
-	EXPECT_TRUE(vSegments[0].getTrg().samePoint(Point2(3, 4, 0)));
-}
+	EXPECT_TRUE(vSegments[0].getSrc().samePoint(Point2(1, 2, 0)) && vSegments[0].getTrg().samePoint(Point2(3, 4, 0)));
 
-TEST(PointFiles, TruncatedAndEmptyCounts)
-{
-	// Count 3, but the file ends inside the second point: missing doubles read as 0
-	Bytes truncated;
-	appendInt32(truncated, 30);
-	appendInt64(truncated, 3);
-	for(double d : {1.0, 2.0, 3.0, 4.0}) appendDouble(truncated, d);
-	truncated.push_back(0x11); // a partial double is missing too
-	writeBytes("truncated.bin", truncated);
-	std::vector<Point2> vPoints;
+	// Count 3, but the file ends inside the second point (a partial double
+	// too): missing doubles read as 0.
+	Bytes truncated(fileBytes(30, 3, {1.0, 2.0, 3.0, 4.0}));
+	truncated.push_back(0x11);
+	writeFile("truncated.bin", truncated);
+	vPoints.clear();
 	ASSERT_TRUE(readPointsBIN("truncated.bin", vPoints));
 	ASSERT_EQ(vPoints.size(), 3u);
-	EXPECT_TRUE(vPoints[0].samePoint(Point2(1, 2, 3)));
-	EXPECT_TRUE(vPoints[1].samePoint(Point2(4, 0, 0)));
-	EXPECT_TRUE(vPoints[2].samePoint(Point2(0, 0, 0)));
+	EXPECT_TRUE(vPoints[0].samePoint(Point2(1, 2, 3)) && vPoints[1].samePoint(Point2(4, 0, 0)) && vPoints[2].samePoint(Point2(0, 0, 0)));
 
 	for(int64_t count : {int64_t(0), int64_t(-5)})
 	{
-		Bytes header;
-		appendInt32(header, 30);
-		appendInt64(header, count);
-		appendDouble(header, 1.0);
-		writeBytes("nonPositive.bin", header);
+		writeFile("nonPositive.bin", fileBytes(30, count, {1.0}));
 		std::vector<Point2> vNone;
 		EXPECT_TRUE(readPointsBIN("nonPositive.bin", vNone));
 		EXPECT_TRUE(vNone.empty());
@@ -209,18 +148,16 @@ TEST(PointFiles, TruncatedAndEmptyCounts)
 
 TEST(PointFiles, ReaderAndWriterMessages)
 {
-	Bytes wrongType;
-	appendInt32(wrongType, 25);
-	appendInt64(wrongType, 1);
-	writeBytes("type25.bin", wrongType);
-
+	writeFile("type25.bin", fileBytes(25, 1, {}));
+	writeFile("msg30.bin", fileBytes(30, 1, {1, 2, 3}));
+	writeFile("msg31.bin", fileBytes(31, 1, {1, 2, 3, 4, 5, 6}));
 	std::vector<Point2> vPoints;
 	std::vector<Segment2> vSegments;
 	testing::internal::CaptureStdout();
 	EXPECT_FALSE(readPointsBIN("type25.bin", vPoints));
 	EXPECT_FALSE(readSegmentsBIN("type25.bin", vSegments));
-	EXPECT_FALSE(readSegmentsBIN("points30.bin", vSegments));
-	EXPECT_FALSE(readPointsBIN("segments31.bin", vPoints));
+	EXPECT_FALSE(readSegmentsBIN("msg30.bin", vSegments));
+	EXPECT_FALSE(readPointsBIN("msg31.bin", vPoints));
 	EXPECT_FALSE(readPointsBIN("no_such_file.bin", vPoints));
 	EXPECT_FALSE(readSegmentsBIN("no_such_file.bin", vSegments));
 	EXPECT_FALSE(readXY("no_such_file.txt", vPoints));
@@ -228,12 +165,11 @@ TEST(PointFiles, ReaderAndWriterMessages)
 	EXPECT_FALSE(writePointsBIN("no_such_dir/p.bin", vPoints));
 	EXPECT_FALSE(writePointsASCII("no_such_dir/p.txt", vPoints));
 	EXPECT_FALSE(writeSegmentsBIN("no_such_dir/s.bin", vSegments));
-	std::string out(testing::internal::GetCapturedStdout());
-	EXPECT_EQ(out,
+	EXPECT_EQ(testing::internal::GetCapturedStdout(),
 		"type25.bin has wrong filetype 25, expected: 30 or 20\n"
 		"type25.bin has wrong file type: 25 instead of 31 or 21\n"
-		"points30.bin has wrong file type: 30 instead of 31 or 21\n"
-		"segments31.bin has wrong filetype 31, expected: 30 or 20\n"
+		"msg30.bin has wrong file type: 30 instead of 31 or 21\n"
+		"msg31.bin has wrong filetype 31, expected: 30 or 20\n"
 		"no_such_file.bin can't be read\n"
 		"no_such_file.bin can't be read\n"
 		"no_such_file.txt is unreadable\n"
@@ -241,48 +177,39 @@ TEST(PointFiles, ReaderAndWriterMessages)
 		"no_such_dir/p.bin can't be written\n"
 		"no_such_dir/p.txt can't be written\n"
 		"no_such_dir/s.bin can't be written\n");
-	EXPECT_TRUE(vPoints.empty());
-	EXPECT_TRUE(vSegments.empty());
+	EXPECT_TRUE(vPoints.empty() && vSegments.empty());
 }
 
 TEST(PointFiles, TextRoundTripKeepsEveryBit)
 {
 	std::vector<Point2> vPoints(awkwardPoints());
 	ASSERT_TRUE(writePointsASCII("points.txt", vPoints));
-	std::string text(readText("points.txt"));
+	std::string text(readFile("points.txt"));
 	// 18 significant digits, blanks between, one line per point
 	EXPECT_EQ(text.substr(0, text.find('\n') + 1), "0.100000000000000006 0.333333333333333315 -2.5\n");
 	std::vector<Point2> vRead;
 	ASSERT_TRUE(readXYZ("points.txt", vRead));
 	ASSERT_EQ(vRead.size(), vPoints.size());
-	for(size_t i = 0; i < vPoints.size(); ++i)
-	{
-		EXPECT_EQ(bitsOf(vRead[i].x()), bitsOf(vPoints[i].x()));
-		EXPECT_EQ(bitsOf(vRead[i].y()), bitsOf(vPoints[i].y()));
-		EXPECT_EQ(bitsOf(vRead[i].z()), bitsOf(vPoints[i].z()));
-	}
+	for(size_t i = 0; i < vPoints.size(); ++i) expectBitEqual(vRead[i], vPoints[i]);
 	std::vector<Point2*> vPointers;
 	for(Point2& p : vPoints) vPointers.push_back(&p);
 	ASSERT_TRUE(writePointsASCII("pointsp.txt", vPointers));
-	EXPECT_EQ(readText("pointsp.txt"), text);
+	EXPECT_EQ(readFile("pointsp.txt"), text);
 }
 
 TEST(PointFiles, TextReadersStopAtFirstFailure)
 {
 	// Pairs: the dangling "9" and everything after the word are ignored
-	writeText("xy.txt", "1 2\n3\t4   5 6\n7 8 9\n");
+	writeFile("xy.txt", std::string("1 2\n3\t4   5 6\n7 8 9\n"));
 	std::vector<Point2> vPoints;
 	ASSERT_TRUE(readXY("xy.txt", vPoints));
 	ASSERT_EQ(vPoints.size(), 4u);
-	EXPECT_TRUE(vPoints[1].samePoint(Point2(3, 4, 0)));
-	EXPECT_TRUE(vPoints[3].samePoint(Point2(7, 8, 0)));
-
-	writeText("xyz.txt", "1 2 3\n4 5 6\n7 8 oops 10 11 12\n");
+	EXPECT_TRUE(vPoints[1].samePoint(Point2(3, 4, 0)) && vPoints[3].samePoint(Point2(7, 8, 0)));
+	writeFile("xyz.txt", std::string("1 2 3\n4 5 6\n7 8 oops 10 11 12\n"));
 	ASSERT_TRUE(readXYZ("xyz.txt", vPoints));
 	ASSERT_EQ(vPoints.size(), 6u); // appended
 	EXPECT_TRUE(vPoints[5].samePoint(Point2(4, 5, 6)));
-
-	writeText("emptyText.txt", "");
+	writeFile("emptyText.txt", std::string(""));
 	std::vector<Point2> vNone;
 	EXPECT_TRUE(readXY("emptyText.txt", vNone));
 	EXPECT_TRUE(vNone.empty());

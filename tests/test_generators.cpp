@@ -1,76 +1,25 @@
 #include "freeFunctions.h"
 #include "Segment2.h"
 #include "tools.h"
-#include <gmp.h>
-#include <gtest/gtest.h>
+#include "test_support.h"
 #include <cmath>
-#include <set>
-#include <string>
-#include <vector>
 
 using namespace MIREL25D;
 
 namespace {
+using mtest::assertionBanner;
+using mtest::exactOrientation;
+
 bool samePoints(const std::vector<Point2>& a, const std::vector<Point2>& b)
 {
-	if(a.size() != b.size()) return false;
-	for(size_t i = 0; i < a.size(); ++i)
-	{
-		if(!a[i].samePoint(b[i])) return false;
-	}
-	return true;
-}
-
-// Runs f, which must fail the assertion; returns the banner it printed.
-template<class F>
-std::string assertionBanner(F f)
-{
-	testing::internal::CaptureStdout();
-	bool bThrown(false);
-	try
-	{
-		f();
-	}
-	catch(const MirelException&)
-	{
-		bThrown = true;
-	}
-	std::string out(testing::internal::GetCapturedStdout());
-	EXPECT_TRUE(bThrown);
-	return out;
-}
-
-// Exact sign of the orientation determinant, in rationals: an oracle of its own.
-int orientationSign(const Point2& a, const Point2& b, const Point2& c)
-{
-	mpq_t v[6], left, right;
-	double coords[6] = {a.x(), a.y(), b.x(), b.y(), c.x(), c.y()};
-	for(int i = 0; i < 6; ++i)
-	{
-		mpq_init(v[i]);
-		mpq_set_d(v[i], coords[i]);
-	}
-	mpq_init(left);
-	mpq_init(right);
-	// (ax-cx)(by-cy) - (ay-cy)(bx-cx)
-	mpq_sub(v[0], v[0], v[4]);
-	mpq_sub(v[3], v[3], v[5]);
-	mpq_sub(v[1], v[1], v[5]);
-	mpq_sub(v[2], v[2], v[4]);
-	mpq_mul(left, v[0], v[3]);
-	mpq_mul(right, v[1], v[2]);
-	int sign(mpq_cmp(left, right));
-	for(int i = 0; i < 6; ++i) mpq_clear(v[i]);
-	mpq_clear(left);
-	mpq_clear(right);
-	return sign > 0 ? 1 : (sign < 0 ? -1 : 0);
+	return std::equal(a.begin(), a.end(), b.begin(), b.end(), [](const Point2& p, const Point2& q) { return p.samePoint(q); });
 }
 
 bool segmentsCross(const Segment2& s, const Segment2& t)
 {
 	Point2 a(s.getSrc()), b(s.getTrg()), c(t.getSrc()), d(t.getTrg());
-	int o1(orientationSign(a, b, c)), o2(orientationSign(a, b, d));
-	int o3(orientationSign(c, d, a)), o4(orientationSign(c, d, b));
+	int o1(exactOrientation(a, b, c)), o2(exactOrientation(a, b, d));
+	int o3(exactOrientation(c, d, a)), o4(exactOrientation(c, d, b));
 	// Any touching counts: non-adjacent edges of a simple polygon share nothing
 	if(o1 == 0 || o2 == 0 || o3 == 0 || o4 == 0)
 	{
@@ -99,11 +48,7 @@ TEST(Generators, SeededNumbersArePlatformIndependent)
 	EXPECT_NE(a, c);
 	std::set<double> distinct(a.begin(), a.end());
 	EXPECT_GT(distinct.size(), 900u);
-	for(double d : a)
-	{
-		EXPECT_GE(d, -3.0);
-		EXPECT_LT(d, 7.0);
-	}
+	EXPECT_TRUE(std::all_of(a.begin(), a.end(), [](double d) { return d >= -3.0 && d < 7.0; }));
 
 	std::vector<double> vEmpty{1.0, 2.0};
 	generateRandomNumbers(0, 0.0, 1.0, vEmpty, 5);
@@ -164,26 +109,21 @@ TEST(Generators, EmptyRangesAreAssertionFailures)
 
 TEST(Generators, CircleAndShear)
 {
-	std::vector<Point2> vCircle;
-	generateCircle(4, 0, 0, 0, 1, 1, vCircle);
-	ASSERT_EQ(vCircle.size(), 4u);
-	EXPECT_TRUE(vCircle[0].samePoint(Point2(1, 0, 0)));
-	for(int i = 1; i < 4; ++i)
-	{
-		EXPECT_DOUBLE_EQ(vCircle[i].x(), std::cos(i * 1.570795));
-		EXPECT_DOUBLE_EQ(vCircle[i].y(), std::sin(i * 1.570795));
-	}
-	std::vector<Point2> vEllipse;
+	// An ellipse around (10, 20) at height 5, starting on the x axis; appended.
+	std::vector<Point2> vEllipse{Point2(-1, -1, -1)};
 	generateCircle(7, 10, 20, 5, 3, 2, vEllipse);
-	ASSERT_EQ(vEllipse.size(), 7u);
-	for(const Point2& p : vEllipse)
+	ASSERT_EQ(vEllipse.size(), 8u);
+	EXPECT_TRUE(vEllipse[1].samePoint(Point2(13, 20, 5)));
+	for(size_t i = 1; i < vEllipse.size(); ++i)
 	{
+		const Point2& p(vEllipse[i]);
 		double u((p.x() - 10) / 3), v((p.y() - 20) / 2);
 		EXPECT_NEAR(u * u + v * v, 1.0, 1e-12);
 		EXPECT_EQ(p.z(), 5.0);
+		EXPECT_TRUE(i == 1 || exactOrientation(Point2(10, 20, 0), vEllipse[i - 1], p) == 1); // counterclockwise
 	}
 	generateCircle(0, 0, 0, 0, 1, 1, vEllipse);
-	EXPECT_EQ(vEllipse.size(), 7u);
+	EXPECT_EQ(vEllipse.size(), 8u);
 
 	std::vector<Point2> vPoints{Point2(1, 2, 3), Point2(-4, 5, 6)};
 	vPoints[0].setCustomIndex(77);
@@ -252,65 +192,44 @@ TEST(Generators, RandomPolygonIsASimpleCounterclockwiseRing)
 
 TEST(Generators, SurfaceGridSpansTheHeightRange)
 {
-	std::vector<Point2> vSurface;
+	std::vector<Point2> vSurface, vAgain, vOther;
 	generateRandomSurfacePoints(20, 15, 6, -5, 10, 100, 5, 40, 250, vSurface, 8);
 	ASSERT_EQ(vSurface.size(), 300u);
-	double zLow(1e300), zHigh(-1e300);
-	for(size_t iy = 0; iy < 15; ++iy)
+	// Rows of 20 from (-5, 10) to (5, 40), evenly spaced.
+	EXPECT_TRUE(vSurface.front().x() == -5.0 && vSurface.front().y() == 10.0 && vSurface.back().x() == 5.0 && vSurface.back().y() == 40.0);
+	for(size_t i = 1; i < vSurface.size(); ++i)
 	{
-		for(size_t ix = 0; ix < 20; ++ix)
-		{
-			const Point2& p(vSurface[iy * 20 + ix]);
-			EXPECT_DOUBLE_EQ(p.x(), -5.0 + 10.0 * ix / 19.0);
-			EXPECT_DOUBLE_EQ(p.y(), 10.0 + 30.0 * iy / 14.0);
-			zLow = std::min(zLow, p.z());
-			zHigh = std::max(zHigh, p.z());
-		}
+		if(i % 20 == 0) continue;
+		EXPECT_NEAR(vSurface[i].x() - vSurface[i - 1].x(), 10.0 / 19, 1e-12);
+		EXPECT_EQ(vSurface[i].y(), vSurface[i - 1].y());
+		// Smooth: neighbouring heights differ by a small part of the range
+		EXPECT_LT(std::fabs(vSurface[i].z() - vSurface[i - 1].z()), 0.5 * 150.0);
 	}
-	EXPECT_EQ(vSurface.back().x(), 5.0);
-	EXPECT_EQ(vSurface.back().y(), 40.0);
-	EXPECT_EQ(zLow, 100.0);
-	EXPECT_EQ(zHigh, 250.0);
-	// Smooth: neighbouring grid heights differ by a small part of the range
-	for(size_t i = 0; i + 1 < vSurface.size(); ++i)
-	{
-		if((i + 1) % 20 != 0)
-		{
-			EXPECT_LT(std::fabs(vSurface[i + 1].z() - vSurface[i].z()), 0.5 * 150.0);
-		}
-	}
-	std::vector<Point2> vAgain;
+	auto zRange(std::minmax_element(vSurface.begin(), vSurface.end(), [](const Point2& a, const Point2& b) { return a.z() < b.z(); }));
+	EXPECT_EQ(zRange.first->z(), 100.0);
+	EXPECT_EQ(zRange.second->z(), 250.0);
 	generateRandomSurfacePoints(20, 15, 6, -5, 10, 100, 5, 40, 250, vAgain, 8);
-	EXPECT_TRUE(samePoints(vSurface, vAgain));
-	std::vector<Point2> vOther;
 	generateRandomSurfacePoints(20, 15, 6, -5, 10, 100, 5, 40, 250, vOther, 9);
+	EXPECT_TRUE(samePoints(vSurface, vAgain));
 	EXPECT_FALSE(samePoints(vSurface, vOther));
 }
 
 TEST(Generators, SineSegmentsFormAPolyline)
 {
-	std::vector<Segment2> vSine;
+	// Two periods of y = 2 + 3 sin((x - 1) / 0.5) from x = 1; swapped: x and y exchanged.
+	std::vector<Segment2> vSine, vSwapped;
 	generateSineSegments(40, 2, 1.0, 2.0, 0.5, 3.0, false, vSine);
+	generateSineSegments(40, 2, 1.0, 2.0, 0.5, 3.0, true, vSwapped);
 	ASSERT_EQ(vSine.size(), 40u);
+	ASSERT_EQ(vSwapped.size(), 40u);
 	EXPECT_TRUE(vSine.front().getSrc().samePoint(Point2(1.0, 2.0, 0.0)));
-	const double pi(3.14159265358979323846);
-	EXPECT_NEAR(vSine.back().getTrg().x(), 1.0 + 0.5 * 4 * pi, 1e-12);
+	EXPECT_NEAR(vSine.back().getTrg().x(), 1.0 + 0.5 * 4 * 3.14159265358979323846, 1e-12);
 	EXPECT_NEAR(vSine.back().getTrg().y(), 2.0, 1e-12);
 	for(size_t i = 0; i < vSine.size(); ++i)
 	{
-		if(i + 1 < vSine.size())
-		{
-			EXPECT_TRUE(vSine[i].getTrg().samePoint(vSine[i + 1].getSrc()));
-		}
+		EXPECT_TRUE(i + 1 == vSine.size() || vSine[i].getTrg().samePoint(vSine[i + 1].getSrc()));
 		const Point2 p(vSine[i].getTrg());
 		EXPECT_NEAR(p.y(), 2.0 + 3.0 * std::sin((p.x() - 1.0) / 0.5), 1e-12);
-	}
-	std::vector<Segment2> vSwapped;
-	generateSineSegments(40, 2, 1.0, 2.0, 0.5, 3.0, true, vSwapped);
-	ASSERT_EQ(vSwapped.size(), vSine.size());
-	for(size_t i = 0; i < vSine.size(); ++i)
-	{
-		EXPECT_EQ(vSwapped[i].getSrc().x(), vSine[i].getSrc().y());
-		EXPECT_EQ(vSwapped[i].getSrc().y(), vSine[i].getSrc().x());
+		EXPECT_TRUE(vSwapped[i].getSrc().x() == vSine[i].getSrc().y() && vSwapped[i].getSrc().y() == vSine[i].getSrc().x());
 	}
 }

@@ -1,8 +1,6 @@
 #include "tools.h"
 #include "freeFunctions.h"
-#include <gtest/gtest.h>
-#include <fstream>
-#include <sstream>
+#include "test_support.h"
 
 using namespace MIREL25D;
 
@@ -14,16 +12,6 @@ void failingCheck(int value)
 	MIREL_ASSERT(value!=0);
 }
 } // namespace bannerTest
-
-namespace {
-std::string readFile(const char* name)
-{
-	std::ifstream in(name);
-	std::stringstream ss;
-	ss << in.rdbuf();
-	return ss.str();
-}
-} // namespace
 
 TEST(MessageChannel, WarningAndErrorFormat)
 {
@@ -51,7 +39,7 @@ TEST(MessageChannel, AssertionBannerOnStdoutAndLogReplaced)
 		"  dt2Library/test_messages:" + std::to_string(bannerTest::assertLine) + "\n"
 		"  Function: bannerTest::failingCheck()\n");
 	EXPECT_EQ(out, expected);
-	EXPECT_EQ(readFile("MIREL_LOG.txt"), "* Mirel, Condition [ value!=0 failed ]\n");
+	EXPECT_EQ(mtest::readFile("MIREL_LOG.txt"), "* Mirel, Condition [ value!=0 failed ]\n");
 	EXPECT_NO_THROW(bannerTest::failingCheck(1));
 }
 

@@ -3,23 +3,15 @@
 #include "Edge2.h"
 #include "GeomTest.h"
 #include "Segment2.h"
+#include "test_support.h"
 #include "tools.h"
-#include <gtest/gtest.h>
 #include <cmath>
 #include <limits>
-#include <random>
-#include <set>
-#include <sstream>
 
 using namespace MIREL25D;
 
 namespace {
-template<typename T> std::string streamed(const T& value)
-{
-	std::ostringstream ss;
-	ss << value;
-	return ss.str();
-}
+using mtest::streamed;
 std::string warning(const std::string& place, const std::string& text)
 {
 	return "\n      [Mirel2D-Message] " + place + ", WARNING: " + text + "\n\n";

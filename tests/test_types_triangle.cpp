@@ -1,27 +1,15 @@
 #include "GeomTest.h"
 #include "Triangle2.h"
+#include "test_support.h"
 #include "tools.h"
-#include <gtest/gtest.h>
-#include <gmpxx.h>
-#include <algorithm>
 #include <array>
 #include <cmath>
 #include <limits>
-#include <map>
-#include <random>
-#include <set>
-#include <sstream>
-#include <vector>
 
 using namespace MIREL25D;
 
 namespace {
-template<typename T> std::string streamed(const T& value)
-{
-	std::ostringstream ss;
-	ss << value;
-	return ss.str();
-}
+using mtest::streamed;
 std::string addressOf(const void* p)
 {
 	return streamed(p);

@@ -1,0 +1,308 @@
+// The plain export of a triangulation checked against the triangulation's own
+// vertices, triangles and neighbour links (identified by coordinates, not by
+// the library's numbering); the clearing export against the normal one; the
+// record's OBJ and print formats; and the drawing of the triangulation.
+#include "Dt2.h"
+#include "MirelExport.h"
+#include "Visualizer2.h"
+#include "freeFunctions.h"
+#include "test_support.h"
+#include <array>
+#include <cstdio>
+
+using namespace MIREL25D;
+
+namespace {
+using mtest::readFile;
+
+typedef std::array<int, 3> Triple;
+
+// Rotated so that the smallest index comes first; the cyclic order, and so
+// the orientation, is kept.
+Triple canonical(int a, int b, int c)
+{
+	if(b < a && b < c) return Triple{b, c, a};
+	if(c < a && c < b) return Triple{c, a, b};
+	return Triple{a, b, c};
+}
+
+// Checks the record against the live mesh; vertices are matched by x and y.
+void expectExportMatchesMesh(Mirel_2D& dt, const MirelExport& ex, bool bWithCustomIndices)
+{
+	std::vector<Point2*> vVertices;
+	dt.getVertexPointers(vVertices);
+	std::vector<Triangle2*> vT;
+	dt.getTrianglePointers(vT);
+	ASSERT_EQ(ex.dim, 3);
+	ASSERT_EQ(size_t(ex.numPoints), vVertices.size());
+	ASSERT_EQ(size_t(ex.numTriangles), vT.size());
+	ASSERT_EQ(ex.numCustomIndices, bWithCustomIndices ? ex.numPoints : 0);
+
+	std::map<std::pair<double, double>, int> mPlaceToIdx;
+	for(int i = 0; i < ex.numPoints; ++i)
+	{
+		double x, y, z;
+		ex.getCoordinates(i, x, y, z);
+		ASSERT_TRUE(mPlaceToIdx.insert(std::make_pair(std::make_pair(x, y), i)).second) << "vertex exported twice";
+	}
+	std::map<const Point2*, int> mVtxToIdx;
+	for(Point2* pVtx : vVertices)
+	{
+		auto it(mPlaceToIdx.find(std::make_pair(pVtx->x(), pVtx->y())));
+		ASSERT_NE(it, mPlaceToIdx.end()) << "vertex missing: " << *pVtx;
+		double x, y, z;
+		ex.getCoordinates(it->second, x, y, z);
+		EXPECT_EQ(z, pVtx->z());
+		if(bWithCustomIndices)
+		{
+			EXPECT_EQ(ex.aCustomIndices[it->second], pVtx->getCustomIndex());
+		}
+		mVtxToIdx[pVtx] = it->second;
+	}
+
+	std::map<Triple, int> mExported;
+	for(int t = 0; t < ex.numTriangles; ++t)
+	{
+		int a, b, c;
+		ex.getCornerIndices(t, a, b, c);
+		ASSERT_TRUE(mExported.insert(std::make_pair(canonical(a, b, c), t)).second) << "triangle exported twice";
+	}
+	std::map<const Triangle2*, int> mTriToIdx;
+	for(Triangle2* pT : vT)
+	{
+		Triple key(canonical(mVtxToIdx[pT->getCorner(0)], mVtxToIdx[pT->getCorner(1)], mVtxToIdx[pT->getCorner(2)]));
+		auto it(mExported.find(key));
+		ASSERT_NE(it, mExported.end()) << "triangle missing or not counterclockwise: " << *pT;
+		mTriToIdx[pT] = it->second;
+	}
+
+	std::set<std::pair<int, int>> sMeshNeighbours;
+	for(Triangle2* pT : vT)
+	{
+		for(int i = 0; i < 3; ++i)
+		{
+			Triangle2* pNeig(pT->getOppositeTriangle(i));
+			if(pNeig == nullptr) continue;
+			int t0(mTriToIdx[pT]), t1(mTriToIdx[pNeig]);
+			sMeshNeighbours.insert(std::make_pair(std::min(t0, t1), std::max(t0, t1)));
+		}
+	}
+	std::vector<std::pair<int, int>> vNeigs;
+	ex.extractTriangleNeighborships(vNeigs);
+	std::set<std::pair<int, int>> sExportNeighbours;
+	for(const std::pair<int, int>& p : vNeigs) sExportNeighbours.insert(std::make_pair(std::min(p.first, p.second), std::max(p.first, p.second)));
+	EXPECT_EQ(vNeigs.size(), sExportNeighbours.size()) << "a shared edge reported twice";
+	EXPECT_EQ(sExportNeighbours, sMeshNeighbours);
+}
+
+void expectSameRecord(const MirelExport& a, const MirelExport& b)
+{
+	ASSERT_EQ(a.numPoints, b.numPoints);
+	ASSERT_EQ(a.numTriangles, b.numTriangles);
+	ASSERT_EQ(a.numCustomIndices, b.numCustomIndices);
+	EXPECT_TRUE(std::equal(a.aCoords, a.aCoords + 3 * a.numPoints, b.aCoords));
+	EXPECT_TRUE(std::equal(a.aTriangles, a.aTriangles + 3 * a.numTriangles, b.aTriangles));
+	EXPECT_TRUE(std::equal(a.aCustomIndices, a.aCustomIndices + a.numCustomIndices, b.aCustomIndices));
+}
+
+std::vector<Point2> randomPoints(std::mt19937& rng, size_t n, bool bGrid)
+{
+	std::uniform_real_distribution<double> d(0.0, 100.0);
+	std::vector<Point2> v;
+	for(size_t i = 0; i < n; ++i)
+	{
+		// A grid makes every cell cocircular; duplicates repeat earlier points.
+		Point2 p(bGrid ? Point2(double(i % 37), double(i / 37), d(rng)) : Point2(d(rng), d(rng), d(rng)));
+		if(!bGrid && i > 10 && i % 17 == 0) p = v[i / 2];
+		p.set(p.x(), p.y(), p.z(), int(1000 + i));
+		v.push_back(p);
+	}
+	return v;
+}
+
+// A hand-made record (the arrays are the record's own) for the text formats.
+void fillRecord(MirelExport& ex, std::vector<double> vCoords, std::vector<int32_t> vTriangles, std::vector<int32_t> vCustom, int32_t dim)
+{
+	ex.dim = dim;
+	ex.numPoints = int32_t(vCoords.size()) / dim;
+	ex.numTriangles = int32_t(vTriangles.size()) / 3;
+	ex.numCustomIndices = int32_t(vCustom.size());
+	ex.aCoords = new double[vCoords.size()];
+	std::copy(vCoords.begin(), vCoords.end(), ex.aCoords);
+	ex.aTriangles = new int32_t[vTriangles.size()];
+	std::copy(vTriangles.begin(), vTriangles.end(), ex.aTriangles);
+	ex.aCustomIndices = vCustom.empty() ? nullptr : new int32_t[vCustom.size()];
+	std::copy(vCustom.begin(), vCustom.end(), ex.aCustomIndices);
+}
+
+} // namespace
+
+TEST(MirelExport, MatchesTheTriangulationAndTheClearingExportMatchesToo)
+{
+	std::mt19937 rng(7);
+	for(int round = 0; round < 6; ++round)
+	{
+		SCOPED_TRACE(round);
+		std::vector<Point2> vPoints(randomPoints(rng, 200 + 700 * size_t(round), round % 3 == 2));
+		Mirel_2D dt(round % 2 == 0 ? 0 : 5000);
+		dt.setNumCPU(3);
+		dt.setFastMode(round == 4);
+		std::vector<Point2*> vHandles;
+		dt.insert(vPoints, vHandles);
+		// Removals leave dead triangles in the pool and inactive vertex records.
+		if(round % 2 == 1)
+		{
+			std::set<Point2*> sRemoved;
+			for(size_t i = 0; i < vHandles.size(); i += 9)
+			{
+				if(sRemoved.insert(vHandles[i]).second) dt.remove(vHandles[i]);
+			}
+		}
+		bool bWithCustom(round != 3);
+		MirelExport exKeep;
+		dt.exportTriangulation(exKeep, bWithCustom, false);
+		expectExportMatchesMesh(dt, exKeep, bWithCustom);
+		if(HasFatalFailure()) return;
+		// Triangles of one triangulation: 2n - 2 - h, so about 3n/2 neighbour pairs.
+		std::vector<std::pair<int, int>> vNeigs;
+		exKeep.extractTriangleNeighborships(vNeigs);
+		EXPECT_GT(vNeigs.size(), size_t(exKeep.numTriangles));
+
+		MirelExport exCleared;
+		dt.exportTriangulation(exCleared, bWithCustom, true);
+		expectSameRecord(exKeep, exCleared);
+		EXPECT_EQ(dt.numberOfPoints(), 0u);
+		EXPECT_EQ(dt.numberOfTriangles(), 0u);
+		EXPECT_FALSE(dt.hasArea());
+		EXPECT_EQ(dt.getImpl()->getNumCPU(), 3);
+		EXPECT_EQ(dt.getImpl()->isFastMode(), round == 4);
+		// The emptied object triangulates again.
+		dt.insert(vPoints);
+		EXPECT_TRUE(dt.checkValidity(true, "after clearing export"));
+		MirelExport exAgain;
+		dt.exportTriangulation(exAgain, true, false);
+		expectExportMatchesMesh(dt, exAgain, true);
+	}
+}
+
+TEST(MirelExport, EmptyAndCollinearTriangulations)
+{
+	Mirel_2D dtEmpty;
+	MirelExport exEmpty;
+	dtEmpty.exportTriangulation(exEmpty, true, false);
+	EXPECT_EQ(exEmpty.numPoints, 0);
+	EXPECT_EQ(exEmpty.numTriangles, 0);
+	EXPECT_EQ(exEmpty.numCustomIndices, 0);
+	testing::internal::CaptureStdout();
+	EXPECT_TRUE(exEmpty.writeObj("export_empty.obj"));
+	EXPECT_EQ(testing::internal::GetCapturedStdout(), "writing export_empty.obj\n");
+	EXPECT_EQ(readFile("export_empty.obj"), "# Written by Mirel2D\n");
+
+	// Collinear points: vertices without triangles.
+	Mirel_2D dtLine;
+	dtLine.insert(std::vector<Point2>{Point2(0, 0, 1), Point2(1, 1, 2), Point2(2, 2, 3)});
+	MirelExport exLine;
+	dtLine.exportTriangulation(exLine, false, true);
+	EXPECT_EQ(exLine.numPoints, 3);
+	EXPECT_EQ(exLine.numTriangles, 0);
+}
+
+TEST(MirelExport, ObjAndPrintFormats)
+{
+	MirelExport ex;
+	fillRecord(ex, {0, 0, 0, 1.5, 0, 2, 1234567.891, 1, -0.25, 0, 3, 7}, {0, 1, 2, 0, 2, 3}, {10, -1, 12, 13}, 3);
+	testing::internal::CaptureStdout();
+	ASSERT_TRUE(ex.writeObj("export_format.obj"));
+	EXPECT_EQ(testing::internal::GetCapturedStdout(), "writing export_format.obj\n");
+	// Six significant digits, 1-based corners.
+	EXPECT_EQ(readFile("export_format.obj"), "# Written by Mirel2D\nv 0 0 0\nv 1.5 0 2\nv 1.23457e+06 1 -0.25\nv 0 3 7\nf 1 2 3\nf 1 3 4\n");
+
+	testing::internal::CaptureStdout();
+	ex.print();
+	EXPECT_EQ(testing::internal::GetCapturedStdout(),
+		"\nVertex 0 (customIndex=10): 0 0 0\nVertex 1 (customIndex=-1): 1.5 0 2\nVertex 2 (customIndex=12): 1.23457e+06 1 -0.25"
+		"\nVertex 3 (customIndex=13): 0 3 7\nTriangle 0: 0 1 2\nTriangle 1: 0 2 3\nTriangle 0 <-> Triangle 1\n");
+
+	// Two coordinates per vertex: z is written as 0; no custom indices print -1.
+	MirelExport ex2D;
+	fillRecord(ex2D, {0, 0, 4, 0, 0, 4}, {0, 1, 2}, {}, 2);
+	testing::internal::CaptureStdout();
+	ASSERT_TRUE(ex2D.writeObj("export_2d.obj"));
+	ex2D.print();
+	std::string out(testing::internal::GetCapturedStdout());
+	EXPECT_EQ(readFile("export_2d.obj"), "# Written by Mirel2D\nv 0 0 0\nv 4 0 0\nv 0 4 0\nf 1 2 3\n");
+	EXPECT_NE(out.find("\nVertex 1 (customIndex=-1): 4 0\n"), std::string::npos) << out;
+
+	testing::internal::CaptureStdout();
+	EXPECT_FALSE(ex.writeObj("no_such_folder/x.obj"));
+	EXPECT_EQ(testing::internal::GetCapturedStdout(), "Can't write no_such_folder/x.obj\n");
+}
+
+TEST(MirelExport, RefusesARecordThatHoldsArrays)
+{
+	std::mt19937 rng(3);
+	Mirel_2D dt;
+	dt.insert(randomPoints(rng, 50, false));
+	MirelExport ex;
+	dt.exportTriangulation(ex, false, false);
+	testing::internal::CaptureStdout();
+	EXPECT_THROW(dt.exportTriangulation(ex, false, false), MirelException);
+	std::string out(testing::internal::GetCapturedStdout());
+	EXPECT_NE(out.find("* Mirel, Condition [ mirelExport.aTriangles==0 failed ]\n  dt2Library/Dt2:"), std::string::npos) << out;
+	EXPECT_NE(out.find("  Function: MIREL25D::Dt2::exportTriangulationArray()"), std::string::npos) << out;
+
+	MirelExport exCustomOnly;
+	exCustomOnly.aCustomIndices = new int32_t[1];
+	testing::internal::CaptureStdout();
+	EXPECT_THROW(dt.exportTriangulation(exCustomOnly, true, false), MirelException);
+	out = testing::internal::GetCapturedStdout();
+	EXPECT_NE(out.find("Condition [ mirelExport.aCustomIndices==0 failed ]"), std::string::npos) << out;
+
+	MirelExport exCounted;
+	exCounted.numCustomIndices = 4;
+	testing::internal::CaptureStdout();
+	EXPECT_THROW(dt.getImpl()->getVertexVault().export_fetchCustomIndices(exCounted), MirelException);
+	out = testing::internal::GetCapturedStdout();
+	EXPECT_NE(out.find("Condition [ mirelExport.numCustomIndices==0 failed ]\n  dt2Library/VertexVault:"), std::string::npos) << out;
+	EXPECT_NE(out.find("  Function: MIREL25D::VertexVault::export_fetchCustomIndices()"), std::string::npos) << out;
+	// The triangulation survived the refused exports.
+	EXPECT_TRUE(dt.checkValidity(true, "after refused exports"));
+}
+
+TEST(Mirel2DShow, DrawsEveryTriangleAndGhostscriptRendersIt)
+{
+	Mirel_2D dtEmpty;
+	std::remove("show_empty.ps");
+	testing::internal::CaptureStdout();
+	dtEmpty.show("show_empty.ps", false);
+	std::string out(testing::internal::GetCapturedStdout());
+	EXPECT_NE(out.find("Dt2::show(), WARNING: The triangulation has no area yet, no visualization"), std::string::npos) << out;
+	EXPECT_EQ(std::fopen("show_empty.ps", "r"), nullptr);
+
+	std::vector<Point2> vPoints;
+	generateRandomPoints(400, 0.0, 100.0, vPoints, 11);
+	Mirel_2D dt;
+	dt.insert(vPoints);
+	dt.show("show_mesh.ps", true);
+	std::string ps(readFile("show_mesh.ps"));
+	EXPECT_EQ(mtest::countOf(ps, "closepath"), dt.numberOfTriangles());
+	EXPECT_NE(ps.find("%%Title: show_mesh.ps"), std::string::npos);
+
+	// Into the caller's drawing, beside the caller's own objects.
+	{
+		Visualizer2 vis("show_into.ps");
+		vis.addObject(Point2(50, 50, 0), Color(CRED));
+		dt.show(&vis, false);
+		vis.writeFile();
+	}
+	std::string into(readFile("show_into.ps"));
+	EXPECT_EQ(mtest::countOf(into, "closepath"), dt.numberOfTriangles());
+	EXPECT_NE(into.find("1\t0\t0\tsetrgbcolor"), std::string::npos);
+
+	if(!mtest::ghostscriptAvailable()) GTEST_SKIP() << "gs not installed";
+	mtest::Image img;
+	std::string log;
+	ASSERT_TRUE(mtest::render("show_mesh.ps", "show_mesh.png", 50, img, log)) << log;
+	// The mesh's lines cover a good part of the 480x480-point drawing area.
+	EXPECT_GT(mtest::countNonWhite(img), 5000u);
+}

@@ -1,0 +1,363 @@
+#pragma once
+// What several test files share: exact rational predicates (an oracle of
+// their own, no library predicate), a validator of a whole triangulation,
+// point sets that stress it, output capture, and rendering a PostScript
+// drawing with Ghostscript.
+#include "MirelException.h"
+#include "Mirel_2D.h"
+#include <gmpxx.h>
+#include <gtest/gtest.h>
+#include <algorithm>
+#include <cstdlib>
+#include <fstream>
+#include <map>
+#include <random>
+#include <set>
+#include <sstream>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace mtest {
+using namespace MIREL25D;
+
+inline std::string readFile(const std::string& name)
+{
+	std::ifstream in(name, std::ios::binary);
+	std::stringstream ss;
+	ss << in.rdbuf();
+	return ss.str();
+}
+
+inline size_t countOf(const std::string& text, const std::string& what)
+{
+	size_t n(0);
+	for(size_t pos = text.find(what); pos != std::string::npos; pos = text.find(what, pos + what.size())) ++n;
+	return n;
+}
+
+template<typename T> std::string streamed(const T& value)
+{
+	std::ostringstream ss;
+	ss << value;
+	return ss.str();
+}
+
+template<class F> std::string captureStdout(F f)
+{
+	testing::internal::CaptureStdout();
+	f();
+	return testing::internal::GetCapturedStdout();
+}
+
+// Runs f, which must fail an assertion; returns the banner it printed.
+template<class F> std::string assertionBanner(F f)
+{
+	testing::internal::CaptureStdout();
+	bool bThrown(false);
+	try
+	{
+		f();
+	}
+	catch(const MirelException&)
+	{
+		bThrown = true;
+	}
+	std::string out(testing::internal::GetCapturedStdout());
+	EXPECT_TRUE(bThrown) << "no assertion failed";
+	return out;
+}
+
+// ---------------------------------------------------------------------------
+// Exact predicates in rationals
+
+// 1: counterclockwise, -1: clockwise, 0: collinear.
+inline int exactOrientation(const Point2& a, const Point2& b, const Point2& c)
+{
+	mpq_class ax(a.x()), ay(a.y()), bx(b.x()), by(b.y()), cx(c.x()), cy(c.y());
+	return sgn(mpq_class((ax - cx) * (by - cy) - (ay - cy) * (bx - cx)));
+}
+
+// > 0: d strictly inside the circumcircle of the counterclockwise a, b, c.
+inline int exactInCircle(const Point2& a, const Point2& b, const Point2& c, const Point2& d)
+{
+	mpq_class adx(mpq_class(a.x()) - d.x()), ady(mpq_class(a.y()) - d.y());
+	mpq_class bdx(mpq_class(b.x()) - d.x()), bdy(mpq_class(b.y()) - d.y());
+	mpq_class cdx(mpq_class(c.x()) - d.x()), cdy(mpq_class(c.y()) - d.y());
+	mpq_class la(adx * adx + ady * ady), lb(bdx * bdx + bdy * bdy), lc(cdx * cdx + cdy * cdy);
+	return sgn(mpq_class(adx * (bdy * lc - lb * cdy) - ady * (bdx * lc - lb * cdx) + la * (bdx * cdy - bdy * cdx)));
+}
+
+// Hull places of a point set, collinear border points included (monotone chain).
+inline size_t countHullPlaces(std::vector<Point2> vPoints)
+{
+	std::sort(vPoints.begin(), vPoints.end());
+	vPoints.erase(std::unique(vPoints.begin(), vPoints.end()), vPoints.end());
+	if(vPoints.size() < 3) return vPoints.size();
+	std::vector<Point2> vHull;
+	for(int pass = 0; pass < 2; ++pass)
+	{
+		size_t base(vHull.size());
+		for(const Point2& p : vPoints)
+		{
+			while(vHull.size() >= base + 2 && exactOrientation(vHull[vHull.size() - 2], vHull.back(), p) < 0) vHull.pop_back();
+			vHull.push_back(p);
+		}
+		vHull.pop_back(); // the last point starts the other chain
+		std::reverse(vPoints.begin(), vPoints.end());
+	}
+	return vHull.size();
+}
+
+// Validates the whole mesh against the places that must be its vertices:
+// exactly those vertices, counterclockwise triangles, mutual neighbour links
+// over identical edges, valid incident triangles, 2n-2-h triangles and, unless
+// bDelaunay is false, the exact empty-circle property of every edge.
+inline void validate(Mirel_2D& dt, const std::vector<Point2>& vExpectedPlaces, bool bDelaunay = true)
+{
+	std::vector<Triangle2*> vT;
+	dt.getTrianglePointers(vT);
+	std::vector<Point2*> vVtx;
+	dt.getVertexPointers(vVtx);
+	ASSERT_EQ(vT.size(), dt.numberOfTriangles());
+	ASSERT_EQ(vVtx.size(), dt.numberOfPoints());
+
+	std::set<Point2> sExpected(vExpectedPlaces.begin(), vExpectedPlaces.end());
+	ASSERT_EQ(vVtx.size(), sExpected.size());
+	std::set<Point2> sVtxPlaces;
+	for(Point2* pVtx : vVtx) sVtxPlaces.insert(*pVtx);
+	ASSERT_TRUE(sVtxPlaces == sExpected);
+
+	size_t h(countHullPlaces(vExpectedPlaces));
+	size_t n(sExpected.size());
+	bool bFlat(true); // all places on one line
+	if(n >= 3)
+	{
+		const Point2& a(*sExpected.begin());
+		const Point2& b(*std::next(sExpected.begin()));
+		for(const Point2& c : sExpected) bFlat = bFlat && exactOrientation(a, b, c) == 0;
+	}
+	if(bFlat)
+	{
+		ASSERT_EQ(vT.size(), 0u);
+		ASSERT_FALSE(dt.hasArea());
+		for(Point2* pVtx : vVtx) ASSERT_EQ(pVtx->getIncidentTriangle(), nullptr);
+		return;
+	}
+	ASSERT_TRUE(dt.hasArea());
+	ASSERT_EQ(vT.size(), 2 * n - 2 - h);
+
+	std::set<const Triangle2*> sLive(vT.begin(), vT.end());
+	std::set<const Point2*> sCorners;
+	size_t numHullEdges(0);
+	for(Triangle2* pT : vT)
+	{
+		for(int i = 0; i < 3; ++i) sCorners.insert(pT->getCorner(i));
+		ASSERT_EQ(exactOrientation(*pT->getCorner(0), *pT->getCorner(1), *pT->getCorner(2)), 1);
+		for(int i = 0; i < 3; ++i)
+		{
+			Triangle2* pN(pT->getOppositeTriangle(i));
+			if(pN == nullptr)
+			{
+				++numHullEdges;
+				continue;
+			}
+			ASSERT_EQ(sLive.count(pN), 1u);
+			int j(-1);
+			for(int k = 0; k < 3; ++k)
+				if(pN->getOppositeTriangle(k) == pT) j = k;
+			ASSERT_GE(j, 0) << "neighbour does not point back";
+			ASSERT_EQ(pN->getCorner(nextIndex(j)), pT->getCorner(prevIndex(i)));
+			ASSERT_EQ(pN->getCorner(prevIndex(j)), pT->getCorner(nextIndex(i)));
+			const bool bEmptyCircle(!bDelaunay || exactInCircle(*pT->getCorner(0), *pT->getCorner(1), *pT->getCorner(2), *pN->getCorner(j)) <= 0);
+			ASSERT_TRUE(bEmptyCircle) << "edge not Delaunay";
+		}
+	}
+	ASSERT_EQ(numHullEdges, h);
+	ASSERT_EQ(sCorners.size(), vVtx.size());
+	for(Point2* pVtx : vVtx)
+	{
+		ASSERT_EQ(sCorners.count(pVtx), 1u);
+		Triangle2* pInc(pVtx->getIncidentTriangle());
+		ASSERT_EQ(sLive.count(pInc), 1u);
+		ASSERT_TRUE(pInc->hasVertex(pVtx));
+	}
+}
+
+// Handles in input order: each maps to the vertex at its place, which carries
+// the first z given there; equal places share one vertex.
+inline void checkHandles(const std::vector<Point2>& vPoints, const std::vector<Point2*>& vHandles)
+{
+	ASSERT_EQ(vPoints.size(), vHandles.size());
+	std::map<Point2, std::pair<double, Point2*>> mFirst;
+	for(size_t i = 0; i < vPoints.size(); ++i)
+	{
+		ASSERT_NE(vHandles[i], nullptr);
+		ASSERT_TRUE(*vHandles[i] == vPoints[i]);
+		auto ins(mFirst.insert(std::make_pair(vPoints[i], std::make_pair(vPoints[i].z(), vHandles[i]))));
+		ASSERT_EQ(ins.first->second.second, vHandles[i]) << "duplicate " << i << " resolves to another vertex";
+		ASSERT_EQ(vHandles[i]->z(), ins.first->second.first) << "the vertex keeps the first height";
+	}
+}
+
+// ---------------------------------------------------------------------------
+// Point sets; z and the custom index count the points.
+
+inline std::vector<Point2> uniformPoints(std::mt19937& rng, size_t n, double lo, double hi)
+{
+	std::uniform_real_distribution<double> d(lo, hi);
+	std::vector<Point2> v;
+	for(size_t i = 0; i < n; ++i)
+	{
+		double x(d(rng)), y(d(rng));
+		v.push_back(Point2(x, y, double(i)));
+		v.back().setCustomIndex(int(i));
+	}
+	return v;
+}
+
+inline std::vector<Point2> clusteredPoints(std::mt19937& rng, size_t n)
+{
+	std::uniform_real_distribution<double> centre(0.0, 1000.0);
+	std::normal_distribution<double> spread(0.0, 0.01);
+	std::vector<Point2> v;
+	for(size_t c = 0; c < 8; ++c)
+	{
+		double cx(centre(rng)), cy(centre(rng));
+		for(size_t i = 0; i < n / 8; ++i) v.push_back(Point2(cx + spread(rng), cy + spread(rng), double(v.size())));
+	}
+	return v;
+}
+
+inline std::vector<Point2> gridPoints(int nx, int ny, double step, double offset)
+{
+	std::vector<Point2> v;
+	for(int i = 0; i < nx; ++i)
+		for(int j = 0; j < ny; ++j) v.push_back(Point2(offset + i * step, offset + j * step, double(i - j)));
+	return v;
+}
+
+// Exactly cocircular integer points: Pythagorean directions on a radius that
+// all their hypotenuses divide, times scale.
+inline std::vector<Point2> circlePoints(size_t n, double scale)
+{
+	const double r(12882250225.0 * scale);
+	std::vector<Point2> v;
+	const int aTriples[][3] = {{3, 4, 5}, {5, 12, 13}, {8, 15, 17}, {7, 24, 25}, {20, 21, 29}, {12, 35, 37}, {9, 40, 41}, {28, 45, 53}};
+	for(const auto& t : aTriples)
+	{
+		double s(r / t[2]);
+		for(int sx = -1; sx <= 1; sx += 2)
+			for(int sy = -1; sy <= 1; sy += 2)
+			{
+				v.push_back(Point2(sx * t[0] * s, sy * t[1] * s, 0.0));
+				v.push_back(Point2(sx * t[1] * s, sy * t[0] * s, 0.0));
+			}
+	}
+	for(const Point2& p : {Point2(r, 0, 0), Point2(-r, 0, 0), Point2(0, r, 0), Point2(0, -r, 0)}) v.push_back(p);
+	if(v.size() > n) v.resize(n);
+	return v;
+}
+
+// Points on three crossing lines.
+inline std::vector<Point2> collinearRuns(std::mt19937& rng, size_t n)
+{
+	std::uniform_int_distribution<int> d(-50, 50);
+	std::vector<Point2> v;
+	for(size_t i = 0; i < n; ++i)
+	{
+		int t(d(rng));
+		switch(i % 3)
+		{
+			case 0: v.push_back(Point2(t, 2 * t + 1, 1.0)); break; // on y = 2x + 1
+			case 1: v.push_back(Point2(t, -t, 2.0)); break; // on y = -x
+			default: v.push_back(Point2(d(rng), 7, 3.0)); break; // on y = 7
+		}
+	}
+	return v;
+}
+
+// v followed by as many later copies of its points, partly shuffled in.
+inline std::vector<Point2> withDuplicates(std::mt19937& rng, std::vector<Point2> v)
+{
+	std::uniform_int_distribution<size_t> pick(0, v.size() - 1);
+	size_t n(v.size());
+	for(size_t i = 0; i < n; ++i)
+	{
+		Point2 p(v[pick(rng)]);
+		p.setZ(-1000.0 - double(i)); // a later copy: its z must not win
+		v.push_back(p);
+	}
+	std::shuffle(v.begin() + long(n / 2), v.end(), rng);
+	return v;
+}
+
+// ---------------------------------------------------------------------------
+// Rendering PostScript drawings with Ghostscript
+
+inline bool ghostscriptAvailable()
+{
+	return std::system("gs --version > /dev/null 2>&1") == 0;
+}
+
+// A raw PPM image: width, height and RGB bytes.
+struct Image
+{
+	int width = 0, height = 0;
+	std::string rgb;
+};
+
+inline bool readPPM(const std::string& name, Image& img)
+{
+	std::ifstream in(name, std::ios::binary);
+	std::string magic;
+	in >> magic;
+	if(magic != "P6") return false;
+	int values[3];
+	for(int i = 0; i < 3; ++i)
+	{
+		in >> std::ws;
+		while(in.peek() == '#')
+		{
+			std::string comment;
+			std::getline(in, comment);
+			in >> std::ws;
+		}
+		in >> values[i];
+	}
+	in.get(); // the single whitespace before the pixels
+	img.width = values[0];
+	img.height = values[1];
+	img.rgb.resize(size_t(img.width) * img.height * 3);
+	in.read(&img.rgb[0], std::streamsize(img.rgb.size()));
+	return bool(in) && values[2] == 255;
+}
+
+// Renders psFile with Ghostscript at the given resolution into `image` (and
+// into pngFile, for looking at it). False, with Ghostscript's output in log,
+// if Ghostscript fails or reports an error.
+inline bool render(const std::string& psFile, const std::string& pngFile, int dpi, Image& image, std::string& log)
+{
+	std::string base("gs -q -dSAFER -dBATCH -dNOPAUSE -r" + std::to_string(dpi) + " ");
+	std::string ppmFile(psFile + ".ppm"), logFile(psFile + ".gs.log");
+	if(std::system((base + "-sDEVICE=png16m -sOutputFile=" + pngFile + " " + psFile + " > " + logFile + " 2>&1").c_str()) != 0)
+	{
+		log = readFile(logFile);
+		return false;
+	}
+	bool bOk(std::system((base + "-sDEVICE=ppmraw -sOutputFile=" + ppmFile + " " + psFile + " >> " + logFile + " 2>&1").c_str()) == 0);
+	log = readFile(logFile);
+	return bOk && log.find("Error") == std::string::npos && readPPM(ppmFile, image);
+}
+
+inline size_t countNonWhite(const Image& img)
+{
+	size_t n(0);
+	for(size_t i = 0; i + 2 < img.rgb.size(); i += 3)
+	{
+		if(img.rgb[i] != char(255) || img.rgb[i + 1] != char(255) || img.rgb[i + 2] != char(255)) ++n;
+	}
+	return n;
+}
+
+} // namespace mtest
