@@ -11,7 +11,7 @@ class ConstraintGraph2;
 class ConstraintMgr;
 class Dt2;
 
-enum ConstraintInsertionStrategy
+enum ConstraintInsertionStrategy : int
 {
 	CIS_CONFORMING_SURFACE_HEIGHT = 0, // conforming; split points take the surface height
 	CIS_CONSTRAINED_DELAUNAY = 1,      // constrained; split only at vertices and crossings

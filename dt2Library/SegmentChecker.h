@@ -9,7 +9,7 @@
 
 namespace MIREL25D {
 
-enum SegmentIntersectionType
+enum SegmentIntersectionType : int
 {
 	SIT_UNINITIALIZED = 0, // not computed
 	SIT_NONE = 1,          // no common point
