@@ -96,11 +96,15 @@ ConstraintGraph2* ConstraintMgr::createConstraint(std::vector<Segment2>& vSegmen
 	std::vector<ConstraintSegment2*> vParents;
 	pGraph->getOriginalConstraintSegments(vParents);
 	bool bOk(true);
+	ProgressReporter& progress(pDt2->getProgressReporter());
+	progress.start("establish constraints", double(vParents.size()));
 	for(ConstraintSegment2* pCSeg : vParents)
 	{
 		bOk = apply(pCSeg);
 		if(!bOk) break;
+		progress.step();
 	}
+	progress.finish();
 	if(bOk) restoreConforming();
 	return pGraph;
 }

@@ -69,6 +69,8 @@ public:
 	void unsubscribe(MsgType msgType, MsgBase* pListener);
 	// The operation reporting progress right now ("insert"), or null.
 	const char* getCurrentOperation() const { return progress.getOperationName(); }
+	// Progress of long operations outside this unit (constraint establishment).
+	ProgressReporter& getProgressReporter() { return progress; }
 
 	GeomTest* getGeomTest() { return &geomTest; }
 	VertexVault& getVertexVault() { return vertexVault; }

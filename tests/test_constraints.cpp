@@ -722,3 +722,32 @@ TEST(ConstraintBookkeeping, WriteConstraintFiles)
 	bin.read(reinterpret_cast<char*>(&n), sizeof(n));
 	EXPECT_EQ(n, 4u);
 }
+
+TEST(ConstraintBookkeeping, EstablishingReportsProgress)
+{
+	struct Listener : MsgBase
+	{
+		Dt2* pDt{nullptr};
+		int numEstablish{0};
+		double last{-1};
+		void update(MsgType, double value) override
+		{
+			const char* op(pDt->getCurrentOperation());
+			if(op != nullptr && std::string(op) == "establish constraints")
+			{
+				++numEstablish;
+				last = value;
+			}
+		}
+	} listener;
+	std::mt19937 rng(9);
+	Mirel_2D dt(1000);
+	listener.pDt = dt.getImpl();
+	dt.insert(randomPoints(rng, 500, 40));
+	dt.subscribe(MSG_PROGRESS, &listener);
+	std::vector<Segment2> vSegs(octilinearSegments(rng, 300, 40, 10));
+	dt.createConstraint(vSegs, CIS_CONSTRAINED_DELAUNAY, false);
+	dt.unsubscribe(MSG_PROGRESS, &listener);
+	EXPECT_GE(listener.numEstablish, 50);
+	EXPECT_EQ(listener.last, 100.0);
+}
