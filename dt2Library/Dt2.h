@@ -9,6 +9,7 @@
 #include "SimplePool.h"
 #include "Triangle2.h"
 #include "VertexVault.h"
+#include "Zone2.h"
 #include <cstddef>
 #include <map>
 #include <string>
@@ -16,6 +17,9 @@
 #include <vector>
 
 namespace MIREL25D {
+
+class ConstraintGraph2;
+class Segment2;
 
 // The triangulation behind the facade Mirel_2D: an exact 2D Delaunay
 // triangulation built incrementally (Hilbert order, visibility walk, split,
@@ -152,6 +156,9 @@ public:
 	// bAllVertices false, vertices inside straight stretches of the hull are dropped.
 	void getConvexHull(bool bAllVertices, std::vector<Point2*>& vHullVtx);
 	void getTrianglePointers(std::vector<Triangle2*>& vAllTriangles) const;
+	// The triangle pool's blocks (first triangle, number handed out), so that
+	// a walker can number triangles by their place in the pool.
+	void getTriangleBlocks(std::vector<std::pair<Triangle2*, size_t>>& vBlocks) const;
 	void getVertexPointers(std::vector<Point2*>& vAllVertices) const;
 	bool checkValidity(bool bCheckEmptyCircles, const char* checkName);
 	void remove(Point2* pVtx);
@@ -194,6 +201,34 @@ private:
 	size_t numUmbrellaT = 0; // size of the umbrella, for the watchdog report
 	size_t numRemovalSteps = 0;
 	size_t maxRemovalSteps = 0;
+
+	// ======================================================================
+	// Zones
+	// ======================================================================
+public:
+	// ZL_GLOBAL and the result locations without a graph; ZL_INSIDE,
+	// ZL_OUTSIDE and ZL_BOUNDED with an oriented graph. Null with a message
+	// for anything else and while the triangulation has no triangle.
+	Zone2* createZone(ConstraintGraph2* pConstraintGraph, ZoneLocation zoneLoc, bool bVerbose);
+	// ZL_INSIDE or ZL_OUTSIDE of several oriented graphs at once.
+	Zone2* createZone(const std::vector<ConstraintGraph2*>& vConstraintGraphs, ZoneLocation zoneLoc, bool bVerbose);
+	// ZL_GROW from startPoint, the graphs' edges being the barriers.
+	Zone2* createZone(ConstraintGraph2* pConstraintGraph, ZoneLocation zoneLoc, const Point2& startPoint, bool bVerbose);
+	Zone2* createZone(const std::vector<ConstraintGraph2*>& vConstraintGraphs, ZoneLocation zoneLoc, const Point2& startPoint, bool bVerbose);
+	// A zone of exactly these triangles that survives later insertions: the
+	// border of each connected component becomes a constraint graph and the
+	// component is grown again from a point inside it.
+	Zone2* createZone(std::vector<Triangle2*>& vTriangles, bool bVerbose);
+	// Cuts the triangulation along the closed polyline (a constrained
+	// polygon) and returns the zone inside it.
+	Zone2* createZone_cookieCutter(std::vector<Segment2>& vSegments, bool bVerbose);
+	void deleteZone(Zone2* pZone);
+
+private:
+	Zone2* addZone(Zone2* pZone);
+	bool checkZoneArea();
+
+	std::vector<Zone2*> vZones; // owned
 };
 
 } // namespace MIREL25D

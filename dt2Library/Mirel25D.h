@@ -14,4 +14,5 @@
 #include "Color.h"
 #include "Label.h"
 #include "Visualizer2.h"
+#include "Zone2.h"
 #include "Mirel_2D.h"
