@@ -25,11 +25,14 @@ Dt2::Dt2(unsigned numExpectedVertices)
 	vertexPool.init(n);
 	trianglePool.init(2 * n + 10);
 	vFlipStack.reserve(64);
+	createConstraintMachinery();
 }
 
 Dt2::~Dt2()
 {
+	// Zones first: they only refer to the constraint graphs.
 	for(Zone2* pZone : vZones) delete pZone;
+	destroyConstraintMachinery();
 }
 
 // ======================================================================
@@ -328,8 +331,15 @@ Triangle2* Dt2::insertVertex(Point2* v, Triangle2* pStartT)
 		}
 		return pT;
 	}
-	if(e == -1) split13(v, pT);
-	else initVCheckT24(v, pT, e);
+	if(e == -1)
+	{
+		split13(v, pT);
+		return legalize();
+	}
+	// A vertex exactly on a constraint edge splits the constraint with it.
+	ConstraintSegment2* pSplitCSeg(getConstraintOnEdge(pT, e));
+	initVCheckT24(v, pT, e);
+	if(pSplitCSeg != nullptr) pSplitCSeg->split_combinatorialOnly(v);
 	return legalize();
 }
 
@@ -582,11 +592,14 @@ Triangle2* Dt2::insertVertexCH(Point2* v, Triangle2* pT, int ith)
 		vFlipStack.push_back(pNewT);
 		pPrevT = pNewT;
 	}
-	if(bOnStartEdge && !bConstraintsExist)
+	if(bOnStartEdge)
 	{
+		// Even a constraint edge gives way here; the constraint is split at v.
+		ConstraintSegment2* pSplitCSeg(getConstraintOnEdge(pStartEdgeT, 0));
 		Triangle2* pInner(pStartEdgeT->getOppositeTriangle(0));
 		flipEdge(pStartEdgeT, 0);
 		vFlipStack.push_back(pInner);
+		if(pSplitCSeg != nullptr) pSplitCSeg->split_combinatorialOnly(v);
 	}
 	return legalize();
 }
@@ -621,7 +634,7 @@ Triangle2* Dt2::legalize()
 		Triangle2* a(vFlipStack.back());
 		Triangle2* b(a->getOppositeTriangle(0));
 		// Constraint edges must stay; none exists while the flag is unset.
-		if(b != nullptr && !bConstraintsExist && isInCircleForFlip(a->getCorner(0), b))
+		if(b != nullptr && isInCircleForFlip(a->getCorner(0), b) && !(bConstraintsExist && isFlipLocked(a, 0)))
 		{
 			flipEdge(a, 0);
 			vFlipStack.push_back(b);
@@ -1194,8 +1207,6 @@ void Dt2::linkAcross(Triangle2* pT, int i, const HoleEdge& outer)
 
 void Dt2::legalizeHole()
 {
-	// Constraint edges must stay, and no constraint lookup exists here yet.
-	if(bConstraintsExist) return;
 	vHoleFlipStack.clear();
 	for(Triangle2* pT : vHoleT)
 	{
@@ -1209,6 +1220,7 @@ void Dt2::legalizeHole()
 		Triangle2* b(a->getOppositeTriangle(i));
 		if(b == nullptr) continue;
 		if(geomTest.circleInc3state(a, b->getCorner(b->getIntraTriangleIndex(a))) != CINC2_INCIRCLE) continue;
+		if(bConstraintsExist && isFlipLocked(a, i)) continue; // constraint edges stay
 		countRemovalStep();
 		flipEdge(a, i);
 		// The four outer edges of the flipped quadrilateral.

@@ -2,9 +2,11 @@
 #include "Bbox2.h"
 #include "GeomTest.h"
 #include "HilbertGrid.h"
+#include "ConstraintSegment2.h"
 #include "MirelExportMacro.h"
 #include "MsgBase.h"
 #include "Point2.h"
+#include "Segment2.h"
 #include "ProgressReporter.h"
 #include "SimplePool.h"
 #include "Triangle2.h"
@@ -19,7 +21,8 @@
 namespace MIREL25D {
 
 class ConstraintGraph2;
-class Segment2;
+class ConstraintMgr;
+struct ConstraintWork;
 
 // The triangulation behind the facade Mirel_2D: an exact 2D Delaunay
 // triangulation built incrementally (Hilbert order, visibility walk, split,
@@ -67,6 +70,27 @@ public:
 
 	GeomTest* getGeomTest() { return &geomTest; }
 	VertexVault& getVertexVault() { return vertexVault; }
+
+	// ---- Constraints (Dt2_constraints.cpp) ----
+	ConstraintGraph2* createConstraint(std::vector<Segment2>& vSegments, ConstraintInsertionStrategy cis, bool orientedSegments);
+	ConstraintSegment2* getConstraintSegment(Point2* p0, Point2* p1) const;
+	void getAliveConstraintSegments(std::vector<ConstraintSegment2*>& vAliveConstraintSegments) const;
+	void getAliveAndDeadConstraintSegments(std::vector<ConstraintSegment2*>& vAllConstraintSegments) const;
+	bool isConstraint(Point2* p0, Point2* p1) const;
+	bool isConstraint(Point2* p) const;
+	bool isConstraint(Triangle2* pT, int ith) const;
+	void applyConstraintsAndZones();
+	bool hasConstraints() const { return bConstraintsExist; }
+	ConstraintMgr* getConstraintMgr() { return pConstraintMgr; }
+	// Establish one segment; false when double precision ran out.
+	bool insertSegmentConformingDelaunay(ConstraintSegment2* pCSeg);
+	bool newCDT_applyOneCS(ConstraintSegment2* pInitialCSeg);
+	// Flips non-Delaunay, non-constraint edges breadth-first around pVtx.
+	void bfsFlipIncident(Point2* pVtx);
+	// Splits conforming pieces that are no longer Delaunay; false when double precision ran out.
+	bool restoreConformingDelaunay();
+	// Called for every split segment: its old edge is no longer locked.
+	void noteSplitConstraint(ConstraintSegment2* pParentCSeg);
 
 private:
 	// ---- Pools ----
@@ -119,6 +143,32 @@ private:
 	// Flips edge i of a with its neighbour across it.
 	void flipEdge(Triangle2* a, int i);
 
+	// ---- Constraint machinery (Dt2_constraints.cpp) ----
+	void createConstraintMachinery();
+	void destroyConstraintMachinery();
+	// Asked before a flip the in-circle test wants: a constraint edge stays.
+	bool isFlipLocked(Triangle2* pT, int i);
+	ConstraintSegment2* getConstraintOnEdge(Triangle2* pT, int e) const;
+	bool canBeFlipped(Triangle2* pT, int ith) const;
+	int findSegmentStart(Point2* a, Point2* b, Triangle2*& pStartT, int& startEdge, Point2*& pVertexOnSegment);
+	int walkSegment(Point2* a, Point2* b, Point2*& pVertexOnSegment, Triangle2*& pCrossT, int& crossEdge);
+	bool newCDT_insertOrSplit(ConstraintSegment2* pCSeg, std::vector<ConstraintSegment2*>& vStack);
+	bool splitAtCrossing(ConstraintSegment2* pCSeg, Triangle2* pCrossT, int crossEdge, std::vector<ConstraintSegment2*>& vStack);
+	Point2* findVertexAt(const Point2& p);
+	bool isInsideCrossingQuad(ConstraintSegment2* pCSeg, ConstraintSegment2* pCrossingCSeg, const Point2& q);
+	Point2* nearestEndpoint(ConstraintSegment2* pCSeg, ConstraintSegment2* pCrossingCSeg, const Point2& q);
+	void computeCrossing(ConstraintSegment2* pCSeg, ConstraintSegment2* pCrossingCSeg, double& x, double& y);
+	void killAndUnestablishConstraintSegment(ConstraintSegment2* pCSeg, Triangle2* pFromT, int fromICI);
+	void insertEdgeByFlips(Point2* a, Point2* b);
+	void bfsFlipFromEdge(Point2* a, Point2* b);
+	void legalizeUnlockedEdges();
+	void flipQueuedEdges();
+	bool runConformingLoop(std::vector<ConstraintSegment2*>& vStack);
+	void takeLockedConformingEdges(std::vector<ConstraintSegment2*>& vStack);
+	bool isDelaunayEdge(Point2* a, Point2* b);
+	bool splitAtMidpoint(ConstraintSegment2* pPiece, std::vector<ConstraintSegment2*>& vStack);
+	double getSurfaceHeightNearPiece(const Point2& p, double fallback);
+
 	GeomTest geomTest;
 	Bbox2 bbx;
 	HilbertGrid hilbertGrid;
@@ -134,6 +184,8 @@ private:
 	// Set once constraint segments exist; the flip loop then asks the constraint
 	// lookup before every flip. While it is false no edge is locked.
 	bool bConstraintsExist;
+	ConstraintMgr* pConstraintMgr; // owns every constraint segment and graph
+	ConstraintWork* pConstraintWork; // reused work lists of constraint insertion
 	int numCPU;
 	std::string name;
 	std::multimap<MsgType, MsgBase*> mListeners;

@@ -160,6 +160,46 @@ void Mirel_2D::remove(Point2* pVtx)
 	pImpl->remove(pVtx);
 }
 
+ConstraintGraph2* Mirel_2D::createConstraint(std::vector<Segment2>& vSegments, ConstraintInsertionStrategy cis, bool orientedSegments)
+{
+	return pImpl->createConstraint(vSegments, cis, orientedSegments);
+}
+
+ConstraintSegment2* Mirel_2D::getConstraintSegment(Point2* p0, Point2* p1) const
+{
+	return pImpl->getConstraintSegment(p0, p1);
+}
+
+void Mirel_2D::getAliveConstraintSegments(std::vector<ConstraintSegment2*>& vAliveConstraintSegments) const
+{
+	pImpl->getAliveConstraintSegments(vAliveConstraintSegments);
+}
+
+void Mirel_2D::getAliveAndDeadConstraintSegments(std::vector<ConstraintSegment2*>& vAllConstraintSegments) const
+{
+	pImpl->getAliveAndDeadConstraintSegments(vAllConstraintSegments);
+}
+
+bool Mirel_2D::isConstraint(Point2* p0, Point2* p1) const
+{
+	return pImpl->isConstraint(p0, p1);
+}
+
+bool Mirel_2D::isConstraint(Point2* p) const
+{
+	return pImpl->isConstraint(p);
+}
+
+bool Mirel_2D::isConstraint(Triangle2* pT, int ith) const
+{
+	return pImpl->isConstraint(pT, ith);
+}
+
+void Mirel_2D::applyConstraintsAndZones()
+{
+	pImpl->applyConstraintsAndZones();
+}
+
 Zone2* Mirel_2D::reportNoZone(Zone2* pZone, bool bVerbose)
 {
 	if(pZone == nullptr && bVerbose) sendWarning("Mirel_2D::createZone(..)", "No zone created, returning NULL (bVerbose==true)");

@@ -1,9 +1,12 @@
 #pragma once
 #include "Bbox2.h"
+#include "ConstraintGraph2.h"
+#include "ConstraintSegment2.h"
 #include "GeomTest.h"
 #include "MirelExportMacro.h"
 #include "MsgBase.h"
 #include "Point2.h"
+#include "Segment2.h"
 #include "Triangle2.h"
 #include "Zone2.h"
 #include <cstddef>
@@ -11,9 +14,7 @@
 
 namespace MIREL25D {
 
-class ConstraintGraph2;
 class Dt2;
-class Segment2;
 
 // The triangulation as the user sees it: a 2D Delaunay triangulation of points
 // that carry a height. Every member forwards to the implementation object,
@@ -60,6 +61,22 @@ public:
 	// ---- Progress listeners (owned by the caller; unsubscribe before destroying them) ----
 	void subscribe(MsgType msgType, MsgBase* pListener);
 	void unsubscribe(MsgType msgType, MsgBase* pListener);
+
+	// ---- Constraints: segments that must appear as edges ----
+	// Inserts the end points and forces the segments into the mesh, splitting
+	// them where they cross; null for an empty vector.
+	ConstraintGraph2* createConstraint(std::vector<Segment2>& vSegments, ConstraintInsertionStrategy cis, bool orientedSegments = false);
+	// The alive constraint segment between the two vertices, or null.
+	ConstraintSegment2* getConstraintSegment(Point2* p0, Point2* p1) const;
+	void getAliveConstraintSegments(std::vector<ConstraintSegment2*>& vAliveConstraintSegments) const;
+	void getAliveAndDeadConstraintSegments(std::vector<ConstraintSegment2*>& vAllConstraintSegments) const;
+	bool isConstraint(Point2* p0, Point2* p1) const;
+	// p is an endpoint of some constraint segment.
+	bool isConstraint(Point2* p) const;
+	// The edge of pT opposite its corner ith is a constraint.
+	bool isConstraint(Triangle2* pT, int ith) const;
+	// Establishes constraints created while the triangulation had no area.
+	void applyConstraintsAndZones();
 
 	Dt2* getImpl();
 

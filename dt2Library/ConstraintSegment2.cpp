@@ -1,0 +1,150 @@
+#include "ConstraintSegment2.h"
+#include "ConstraintGraph2.h"
+#include "ConstraintMgr.h"
+#include "Dt2.h"
+#include "tools.h"
+#include <cmath>
+#include <ostream>
+
+namespace MIREL25D {
+
+namespace {
+// Diagnostics only; deliberately a plain counter like the rest of the
+// single-threaded constraint bookkeeping.
+int labelCounter(0);
+} // namespace
+
+ConstraintSegment2::ConstraintSegment2(Point2* p0_, Point2* p1_, ConstraintInsertionStrategy cis_)
+	: label(labelCounter++), p0(p0_), p1(p1_), cis(cis_), bAlive(true), adjacentArea(1.7976931348623157e308)
+{
+	MIREL_ASSERT(p0<p1);
+}
+
+ConstraintSegment2::~ConstraintSegment2() {}
+
+void ConstraintSegment2::addOwnerRecursive(ConstraintGraph2* pOwner)
+{
+	sOwners.insert(pOwner);
+	if(isAlive()) return;
+	if(vChildren.empty()) return; // removed: no split tree below
+	ConstraintSegment2* pKid0(vChildren[0]);
+	ConstraintSegment2* pKid1(vChildren[1]);
+	MIREL_ASSERT(pKid0!=0 && pKid1!=0);
+	pKid0->addOwnerRecursive(pOwner);
+	pKid1->addOwnerRecursive(pOwner);
+}
+
+void ConstraintSegment2::getChildrenRec(std::vector<ConstraintSegment2*>& vChildConstraintSegments)
+{
+	MIREL_ASSERT(vChildren.size()==2);
+	for(ConstraintSegment2* pKid : vChildren)
+	{
+		if(pKid->isAlive()) vChildConstraintSegments.push_back(pKid);
+		else if(!pKid->vChildren.empty()) pKid->getChildrenRec(vChildConstraintSegments);
+	}
+}
+
+void ConstraintSegment2::getChildrenAndSplitPoint(ConstraintSegment2*& pCSeg0, ConstraintSegment2*& pCSeg1, Point2*& pSplit)
+{
+	if(isAlive())
+	{
+		sendWarning("ConstraintSegment2::getChildrenAndSplitPoint()", "*this is still alive!");
+		return;
+	}
+	if(vChildren.size() != 2)
+	{
+		pCSeg0 = pCSeg1 = nullptr;
+		pSplit = nullptr;
+		return;
+	}
+	pCSeg0 = vChildren[0];
+	pCSeg1 = vChildren[1];
+	if(pCSeg0->p0 == pCSeg1->p0 || pCSeg0->p0 == pCSeg1->p1) pSplit = pCSeg0->p0;
+	else if(pCSeg0->p1 == pCSeg1->p0 || pCSeg0->p1 == pCSeg1->p1) pSplit = pCSeg0->p1;
+	else pSplit = nullptr;
+}
+
+ConstraintMgr* ConstraintSegment2::getOwnerMgr() const
+{
+	return (*sOwners.begin())->getDt2()->getConstraintMgr();
+}
+
+// Registers the two children at pSplit and tells every owner graph; the
+// manager-wide bookkeeping runs once, through the first owner.
+void ConstraintSegment2::createChildren(Point2* pSplit)
+{
+	ConstraintMgr* pMgr(getOwnerMgr());
+	vChildren.push_back(pMgr->addConstraintSegment(p0, pSplit, cis));
+	vChildren.push_back(pMgr->addConstraintSegment(p1, pSplit, cis));
+	pMgr->inheritInputSegment(this, vChildren[0]);
+	pMgr->inheritInputSegment(this, vChildren[1]);
+	for(ConstraintGraph2* pOwner : sOwners)
+	{
+		vChildren[0]->addOwnerRecursive(pOwner);
+		vChildren[1]->addOwnerRecursive(pOwner);
+	}
+	bool bFirst(true);
+	for(ConstraintGraph2* pOwner : sOwners)
+	{
+		pOwner->updateSplittedConstraintSegment(this, bFirst);
+		bFirst = false;
+	}
+}
+
+bool ConstraintSegment2::split_combinatorialOnly(Point2* pSplit)
+{
+	MIREL_ASSERT(pSplit!=0);
+	MIREL_ASSERT(isAlive());
+	MIREL_ASSERT(p0!=pSplit && p1!=pSplit);
+	MIREL_ASSERT(!sOwners.empty());
+	createChildren(pSplit);
+	return true;
+}
+
+Point2* ConstraintSegment2::insertAndSplit(const Point2& splitPoint)
+{
+	MIREL_ASSERT(bAlive);
+	MIREL_ASSERT(vChildren.empty());
+	MIREL_ASSERT(!sOwners.empty());
+	Dt2* pOwnerDt((*sOwners.begin())->getDt2());
+	MIREL_ASSERT(pOwnerDt!=0);
+
+	// Not a live constraint while its own split point goes in: the flips
+	// around the new vertex may have to cross this segment.
+	bAlive = false;
+	Point2* pSplit(pOwnerDt->insert(splitPoint));
+	MIREL_ASSERT(pSplit!=0);
+	bAlive = true;
+	if(pSplit == p0 || pSplit == p1) return nullptr;
+	createChildren(pSplit);
+
+	ConstraintMgr* pMgr(pOwnerDt->getConstraintMgr());
+	std::vector<ConstraintSegment2*> vWork(vChildren);
+	while(!vWork.empty())
+	{
+		ConstraintSegment2* pPiece(vWork.back());
+		vWork.pop_back();
+		if(!pPiece->isAlive())
+		{
+			if(!pPiece->vChildren.empty()) pPiece->getChildrenRec(vWork);
+			continue;
+		}
+		pMgr->apply(pPiece);
+	}
+	pOwnerDt->bfsFlipIncident(pSplit);
+	return pSplit;
+}
+
+std::ostream& operator<<(std::ostream& stream, const ConstraintSegment2& cseg)
+{
+	stream << "ConstraintSegment2 label " << cseg.label << ", " << cseg.p0 << ", " << cseg.p1;
+	if(cseg.isAlive()) stream << " [alive]";
+	else stream << " [DEAD, numChildren=" << cseg.vChildren.size() << "]";
+	stream << "\n";
+	stream << *cseg.p0 << "\n";
+	stream << *cseg.p1 << "\n";
+	stream << "length=" << std::sqrt(sqDistance2D(*cseg.p0, *cseg.p1));
+	return stream;
+}
+
+} // namespace MIREL25D

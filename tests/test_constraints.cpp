@@ -1,0 +1,706 @@
+#include "ConstraintGraph2.h"
+#include "ConstraintMgr.h"
+#include "ConstraintSegment2.h"
+#include "Dt2.h"
+#include "Mirel_2D.h"
+#include "SegmentChecker.h"
+#include "tools.h"
+#include <gtest/gtest.h>
+#include <cmath>
+#include <fstream>
+#include <sstream>
+#include <map>
+#include <memory>
+#include <random>
+#include <set>
+
+using namespace MIREL25D;
+
+namespace {
+
+// ---- Independent checks of a constrained triangulation ----
+
+std::vector<Triangle2*> collectTriangles(Point2* pAnyVertex)
+{
+	std::vector<Triangle2*> vT;
+	std::set<Triangle2*> sSeen;
+	Triangle2* pStart(pAnyVertex->getIncidentTriangle());
+	if(pStart == nullptr) return vT;
+	vT.push_back(pStart);
+	sSeen.insert(pStart);
+	for(size_t k = 0; k < vT.size(); ++k)
+	{
+		for(int i = 0; i < 3; ++i)
+		{
+			Triangle2* pN(vT[k]->getOppositeTriangle(i));
+			if(pN != nullptr && sSeen.insert(pN).second) vT.push_back(pN);
+		}
+	}
+	return vT;
+}
+
+// Counterclockwise triangles, mutual links over shared edges, valid incident
+// triangles. Returns the number of faults.
+int countTopologyFaults(const std::vector<Triangle2*>& vT)
+{
+	int faults(0);
+	for(Triangle2* pT : vT)
+	{
+		if(getOrientation2(pT->getCorner(0), pT->getCorner(1), pT->getCorner(2)) != ORIENTATION2_CCW) ++faults;
+		for(int i = 0; i < 3; ++i)
+		{
+			Point2* p(pT->getCorner(i));
+			if(p->getIncidentTriangle() == nullptr || !p->getIncidentTriangle()->hasVertex(p)) ++faults;
+			Triangle2* pN(pT->getOppositeTriangle(i));
+			if(pN == nullptr) continue;
+			int j(pN->getIntraTriangleIndex(pT));
+			if(pN->getOppositeTriangle(j) != pT) ++faults;
+			// Shared edge with reversed direction.
+			if(pN->getCorner(nextIndex(j)) != pT->getCorner(prevIndex(i)) || pN->getCorner(prevIndex(j)) != pT->getCorner(nextIndex(i))) ++faults;
+		}
+	}
+	return faults;
+}
+
+// Edges that fail the exact in-circle test; constraint edges are exempt when
+// bExemptConstraints (constrained Delaunay), checked too otherwise.
+int countNonDelaunayEdges(Dt2* pDt, const std::vector<Triangle2*>& vT, bool bExemptConstraints)
+{
+	int bad(0);
+	GeomTest* pGeom(pDt->getGeomTest());
+	for(Triangle2* pT : vT)
+	{
+		for(int i = 0; i < 3; ++i)
+		{
+			Triangle2* pN(pT->getOppositeTriangle(i));
+			if(pN == nullptr) continue;
+			if(bExemptConstraints && pDt->isConstraint(pT, i)) continue;
+			if(pGeom->circleInc3state(pT, pN->getCorner(pN->getIntraTriangleIndex(pT))) == CINC2_INCIRCLE) ++bad;
+		}
+	}
+	return bad;
+}
+
+bool isEdge(Dt2* pDt, Point2* a, Point2* b)
+{
+	ConstraintMgr* pMgr(pDt->getConstraintMgr());
+	return pMgr->findTriangleWithDirectedEdge(a, b) != nullptr || pMgr->findTriangleWithDirectedEdge(b, a) != nullptr;
+}
+
+// Pieces that are no edge, and pairs of pieces that cross or overlap (found by
+// the segment checker, independently of the mesh).
+void checkPieces(Dt2* pDt, int& numNotEdges, int& numCrossings)
+{
+	std::vector<ConstraintSegment2*> vAlive;
+	pDt->getAliveConstraintSegments(vAlive);
+	numNotEdges = 0;
+	std::vector<std::unique_ptr<Segment2> > vOwned;
+	std::vector<Segment2*> vSegs;
+	for(ConstraintSegment2* pCSeg : vAlive)
+	{
+		if(!isEdge(pDt, pCSeg->getSrc(), pCSeg->getTrg())) ++numNotEdges;
+		vOwned.emplace_back(new Segment2(*pCSeg->getSrc(), *pCSeg->getTrg()));
+		vSegs.push_back(vOwned.back().get());
+	}
+	SegmentChecker checker(vSegs);
+	std::vector<Segment2*> vIllegal;
+	checker.getIllegalSegments(false, vIllegal);
+	numCrossings = int(vIllegal.size());
+}
+
+// The alive leaves of each parent form one path from its one endpoint to the
+// other (checked on the split tree alone, without the direction flags). With
+// bExactOnSegment every leaf also lies on the parent exactly: all split
+// vertices on the line, inside the segment.
+int countChainFaults(ConstraintGraph2* pGraph, bool bExactOnSegment)
+{
+	int faults(0);
+	std::vector<ConstraintSegment2*> vParents, vLeaves;
+	pGraph->getOriginalConstraintSegments(vParents);
+	for(ConstraintSegment2* pParent : vParents)
+	{
+		vLeaves.clear();
+		if(pParent->isAlive()) vLeaves.push_back(pParent);
+		else pParent->getChildrenRec(vLeaves);
+		std::map<Point2*, std::vector<Point2*> > mAdj;
+		for(ConstraintSegment2* pLeaf : vLeaves)
+		{
+			if(!pLeaf->isAlive()) ++faults;
+			mAdj[pLeaf->getSrc()].push_back(pLeaf->getTrg());
+			mAdj[pLeaf->getTrg()].push_back(pLeaf->getSrc());
+			if(bExactOnSegment)
+			{
+				for(Point2* p : {pLeaf->getSrc(), pLeaf->getTrg()})
+				{
+					if(getOrientation2(pParent->getSrc(), pParent->getTrg(), p) != ORIENTATION2_COLLINEAR) ++faults;
+					Point2 lo(std::min(*pParent->getSrc(), *pParent->getTrg())), hi(std::max(*pParent->getSrc(), *pParent->getTrg()));
+					if(*p < lo || hi < *p) ++faults;
+				}
+			}
+		}
+		// Walk the path from the source; it must end at the target after all leaves.
+		Point2* pPrev(nullptr);
+		Point2* pAt(pParent->getSrc());
+		size_t numSteps(0);
+		while(pAt != pParent->getTrg() && numSteps <= vLeaves.size())
+		{
+			const std::vector<Point2*>& vNext(mAdj[pAt]);
+			Point2* pNext(nullptr);
+			for(Point2* q : vNext)
+			{
+				if(q != pPrev) pNext = q;
+			}
+			if(pNext == nullptr || vNext.size() > (pAt == pParent->getSrc() ? 1u : 2u)) break;
+			pPrev = pAt;
+			pAt = pNext;
+			++numSteps;
+		}
+		if(pAt != pParent->getTrg() || numSteps != vLeaves.size()) ++faults;
+	}
+	return faults;
+}
+
+// The directed chain of each parent (by the graph's reverse flags) runs
+// from the directed source to the directed target without gaps; for graphs
+// whose parents share no pieces in opposite directions.
+int countDirectedChainFaults(ConstraintGraph2* pGraph)
+{
+	int faults(0);
+	std::vector<ConstraintSegment2*> vParents, vChain;
+	pGraph->getOriginalConstraintSegments(vParents);
+	for(ConstraintSegment2* pParent : vParents)
+	{
+		vChain.clear();
+		pGraph->getAliveConstraintChain(pParent, vChain);
+		Point2* pAt(pGraph->isReverse(pParent) ? pParent->getTrg() : pParent->getSrc());
+		for(ConstraintSegment2* pPiece : vChain)
+		{
+			Point2* pFrom(pGraph->isReverse(pPiece) ? pPiece->getTrg() : pPiece->getSrc());
+			if(pFrom != pAt) ++faults;
+			pAt = pGraph->isReverse(pPiece) ? pPiece->getSrc() : pPiece->getTrg();
+		}
+		if(pAt != (pGraph->isReverse(pParent) ? pParent->getSrc() : pParent->getTrg())) ++faults;
+	}
+	return faults;
+}
+
+struct MeshReport
+{
+	int topologyFaults, nonDelaunay, notEdges, crossings;
+};
+
+MeshReport inspect(Dt2* pDt, Point2* pAnyVertex, bool bConstrainedDelaunay)
+{
+	MeshReport r;
+	std::vector<Triangle2*> vT(collectTriangles(pAnyVertex));
+	r.topologyFaults = countTopologyFaults(vT);
+	r.nonDelaunay = countNonDelaunayEdges(pDt, vT, bConstrainedDelaunay);
+	checkPieces(pDt, r.notEdges, r.crossings);
+	return r;
+}
+
+void expectValid(const MeshReport& r)
+{
+	EXPECT_EQ(r.topologyFaults, 0);
+	EXPECT_EQ(r.nonDelaunay, 0);
+	EXPECT_EQ(r.notEdges, 0);
+	EXPECT_EQ(r.crossings, 0);
+}
+
+// ---- Inputs ----
+
+std::vector<Point2> randomPoints(std::mt19937& rng, size_t n, double range)
+{
+	std::uniform_real_distribution<double> u(0.0, range);
+	std::vector<Point2> v;
+	for(size_t i = 0; i < n; ++i) v.emplace_back(u(rng), u(rng), u(rng));
+	return v;
+}
+
+// Segments on an integer grid in the eight directions of 0, 45, 90 and 135
+// degrees: every crossing of two of them is exactly representable (a
+// multiple of 1/2), so the pieces can be checked to lie exactly on the input.
+// Shared end points, T-junctions, collinear overlaps and segments through
+// existing vertices are all frequent.
+std::vector<Segment2> octilinearSegments(std::mt19937& rng, size_t n, int grid, int maxLen)
+{
+	std::uniform_int_distribution<int> coord(0, grid), len(1, maxLen), dir(0, 7);
+	const int dx[8] = {1, 1, 0, -1, -1, -1, 0, 1};
+	const int dy[8] = {0, 1, 1, 1, 0, -1, -1, -1};
+	std::vector<Segment2> v;
+	while(v.size() < n)
+	{
+		int x(coord(rng)), y(coord(rng)), l(len(rng)), d(dir(rng));
+		int x1(x + l * dx[d]), y1(y + l * dy[d]);
+		if(x1 < 0 || x1 > grid || y1 < 0 || y1 > grid) continue;
+		v.emplace_back(Point2(x, y, x + y), Point2(x1, y1, x1 - y1));
+	}
+	return v;
+}
+
+// Arbitrary short segments; crossings are rounded to doubles.
+std::vector<Segment2> randomSegments(std::mt19937& rng, size_t n, double range, double maxLen)
+{
+	std::uniform_real_distribution<double> u(0.0, range), d(-maxLen, maxLen);
+	std::vector<Segment2> v;
+	while(v.size() < n)
+	{
+		double x(u(rng)), y(u(rng));
+		double x1(x + d(rng)), y1(y + d(rng));
+		if(x1 < 0 || x1 > range || y1 < 0 || y1 > range) continue;
+		v.emplace_back(Point2(x, y, 1), Point2(x1, y1, 2));
+	}
+	return v;
+}
+
+// A frame of four corners, so that every later point lies inside the hull.
+Point2* insertFrame(Dt2& dt, double lo, double hi)
+{
+	Point2* p(dt.insert(Point2(lo, lo, 0)));
+	dt.insert(Point2(hi, lo, 0));
+	dt.insert(Point2(hi, hi, 0));
+	dt.insert(Point2(lo, hi, 0));
+	return p;
+}
+
+} // namespace
+
+// ---- Constrained insertion ----
+
+TEST(ConstraintInsertion, ConstrainedDelaunayOnOctilinearSegmentsIsExact)
+{
+	for(unsigned seed : {1u, 2u, 3u})
+	{
+		std::mt19937 rng(seed);
+		Dt2 dt(1000);
+		Point2* pFrame(insertFrame(dt, -1, 41));
+		std::vector<Point2> vPoints(randomPoints(rng, 300, 40));
+		for(Point2& p : vPoints) p.setCoords(std::floor(p.x()), std::floor(p.y()), p.z()); // many on the segments
+		dt.insertVector(vPoints);
+		std::vector<ConstraintGraph2*> vGraphs;
+		for(int batch = 0; batch < 3; ++batch)
+		{
+			std::vector<Segment2> vSegs(octilinearSegments(rng, 150, 40, 12));
+			vGraphs.push_back(dt.createConstraint(vSegs, CIS_CONSTRAINED_DELAUNAY, false));
+			ASSERT_NE(vGraphs.back(), nullptr);
+		}
+		expectValid(inspect(&dt, pFrame, true));
+		for(ConstraintGraph2* pGraph : vGraphs) EXPECT_EQ(countChainFaults(pGraph, true), 0);
+		std::vector<ConstraintSegment2*> vAll;
+		dt.getAliveAndDeadConstraintSegments(vAll);
+		size_t numDead(0);
+		for(ConstraintSegment2* pCSeg : vAll) numDead += pCSeg->isAlive() ? 0 : 1;
+		EXPECT_GT(numDead, 100u) << "the input must really cross";
+	}
+}
+
+TEST(ConstraintInsertion, ConstrainedDelaunayOnArbitraryCrossingSegments)
+{
+	std::mt19937 rng(11);
+	Dt2 dt(5000);
+	Point2* pFrame(insertFrame(dt, -1, 101));
+	dt.insertVector(randomPoints(rng, 2000, 100));
+	std::vector<Segment2> vSegs(randomSegments(rng, 1500, 100, 8));
+	// Some segments share end points or run through earlier end points.
+	for(size_t i = 0; i + 1 < vSegs.size(); i += 7) vSegs[i + 1] = Segment2(vSegs[i].getTrg(), vSegs[i + 1].getTrg());
+	for(size_t i = 3; i < vSegs.size(); i += 11)
+	{
+		Point2 a(vSegs[i - 3].getSrc()), b(vSegs[i - 3].getTrg());
+		Point2 mid(a.x() + 0.5 * (b.x() - a.x()), a.y() + 0.5 * (b.y() - a.y()), 0);
+		vSegs[i] = Segment2(a, mid); // collinear overlap, or close to it after rounding
+	}
+	ConstraintGraph2* pGraph(dt.createConstraint(vSegs, CIS_CONSTRAINED_DELAUNAY, false));
+	ASSERT_NE(pGraph, nullptr);
+	expectValid(inspect(&dt, pFrame, true));
+	EXPECT_EQ(countChainFaults(pGraph, false), 0);
+}
+
+TEST(ConstraintInsertion, ConformingStrategiesGiveDelaunayTriangulations)
+{
+	for(ConstraintInsertionStrategy cis : {CIS_CONFORMING_SEGMENT_HEIGHT, CIS_CONFORMING_SURFACE_HEIGHT})
+	{
+		std::mt19937 rng(21);
+		Dt2 dt(1000);
+		Point2* pFrame(insertFrame(dt, -1, 41));
+		dt.insertVector(randomPoints(rng, 200, 40));
+		std::vector<ConstraintGraph2*> vGraphs;
+		for(int batch = 0; batch < 2; ++batch)
+		{
+			std::vector<Segment2> vSegs(octilinearSegments(rng, 80, 40, 10));
+			vGraphs.push_back(dt.createConstraint(vSegs, cis, false));
+		}
+		expectValid(inspect(&dt, pFrame, false));
+		for(ConstraintGraph2* pGraph : vGraphs) EXPECT_EQ(countChainFaults(pGraph, true), 0);
+	}
+}
+
+TEST(ConstraintInsertion, ConformingSplitPointsTakeTheirHeightByStrategy)
+{
+	// A square of height 10 with a hill of height 100 in the middle; the
+	// diagonal constraint is split near the hill.
+	for(ConstraintInsertionStrategy cis : {CIS_CONFORMING_SEGMENT_HEIGHT, CIS_CONFORMING_SURFACE_HEIGHT})
+	{
+		Dt2 dt(100);
+		dt.insert(Point2(0, 0, 10));
+		dt.insert(Point2(8, 0, 10));
+		dt.insert(Point2(8, 8, 30));
+		dt.insert(Point2(0, 8, 10));
+		dt.insert(Point2(4.5, 3.5, 100));
+		dt.insert(Point2(3.5, 4.5, 100));
+		std::vector<Segment2> vSegs{Segment2(Point2(0, 0, 10), Point2(8, 8, 30))};
+		ConstraintGraph2* pGraph(dt.createConstraint(vSegs, cis, false));
+		std::vector<ConstraintSegment2*> vPieces;
+		pGraph->getChildConstraintSegments(vPieces);
+		ASSERT_GT(vPieces.size(), 1u);
+		std::set<Point2*> sSplit(pGraph->getSplitVertices());
+		ASSERT_FALSE(sSplit.empty());
+		bool bCentreSplit(false);
+		for(Point2* p : sSplit)
+		{
+			EXPECT_EQ(p->x(), p->y());
+			if(cis == CIS_CONFORMING_SEGMENT_HEIGHT)
+			{
+				EXPECT_DOUBLE_EQ(p->z(), 10.0 + 2.5 * p->x()); // midpoints of midpoints: linear along the segment
+			}
+			else
+			{
+				EXPECT_GE(p->z(), 10.0);
+				// The centre lies on the edge between the two hill tops.
+				if(p->x() == 4.0)
+				{
+					EXPECT_EQ(p->z(), 100.0);
+				}
+			}
+			bCentreSplit = bCentreSplit || p->x() == 4.0;
+		}
+		EXPECT_TRUE(bCentreSplit);
+	}
+}
+
+TEST(ConstraintInsertion, ConstraintEdgesSurviveLaterInsertions)
+{
+	std::mt19937 rng(5);
+	Dt2 dt(1000);
+	Point2* pFrame(insertFrame(dt, -1, 41));
+	dt.insertVector(randomPoints(rng, 200, 40));
+	std::vector<Segment2> vSegs(octilinearSegments(rng, 200, 40, 10));
+	ConstraintGraph2* pGraph(dt.createConstraint(vSegs, CIS_CONSTRAINED_DELAUNAY, false));
+	// Later points, many exactly on constraint pieces (midpoints of pieces on
+	// the half-integer grid are exact).
+	std::vector<ConstraintSegment2*> vAlive;
+	dt.getAliveConstraintSegments(vAlive);
+	for(size_t i = 0; i < vAlive.size(); i += 3)
+	{
+		const Point2& a(*vAlive[i]->getSrc());
+		const Point2& b(*vAlive[i]->getTrg());
+		dt.insert(Point2(0.5 * (a.x() + b.x()), 0.5 * (a.y() + b.y()), 0));
+	}
+	dt.insertVector(randomPoints(rng, 2000, 40));
+	expectValid(inspect(&dt, pFrame, true));
+	EXPECT_EQ(countChainFaults(pGraph, true), 0);
+}
+
+// ---- Bookkeeping ----
+
+TEST(ConstraintBookkeeping, CrossingSegmentsSplitIntoFourAliveHalves)
+{
+	Mirel_2D dt(100);
+	std::vector<Segment2> vSegs{Segment2(Point2(0, 0, 0), Point2(2, 2, 2)), Segment2(Point2(0, 2, 4), Point2(2, 0, 0))};
+	dt.insert(Point2(1, -3, 0));
+	ConstraintGraph2* pGraph(dt.createConstraint(vSegs, CIS_CONSTRAINED_DELAUNAY, false));
+	ASSERT_NE(pGraph, nullptr);
+	std::vector<ConstraintSegment2*> vAlive, vAll;
+	dt.getAliveConstraintSegments(vAlive);
+	dt.getAliveAndDeadConstraintSegments(vAll);
+	EXPECT_EQ(vAlive.size(), 4u);
+	EXPECT_EQ(vAll.size(), 6u);
+	ASSERT_EQ(pGraph->getSplitVertices().size(), 1u);
+	Point2* pCross(*pGraph->getSplitVertices().begin());
+	EXPECT_EQ(pCross->x(), 1.0);
+	EXPECT_EQ(pCross->y(), 1.0);
+	EXPECT_EQ(pCross->z(), 1.5); // mean of 1 and 2 on the two segments
+	EXPECT_TRUE(dt.isConstraint(pCross));
+	for(ConstraintSegment2* pCSeg : vAlive)
+	{
+		EXPECT_TRUE(pCSeg->getSrc() == pCross || pCSeg->getTrg() == pCross);
+		EXPECT_EQ(dt.getConstraintSegment(pCSeg->getTrg(), pCSeg->getSrc()), pCSeg);
+		EXPECT_TRUE(dt.isConstraint(pCSeg->getSrc(), pCSeg->getTrg()));
+	}
+	// The dead parents are no constraints any more.
+	for(ConstraintSegment2* pCSeg : vAll)
+	{
+		if(!pCSeg->isAlive())
+		{
+			EXPECT_FALSE(dt.isConstraint(pCSeg->getSrc(), pCSeg->getTrg()));
+		}
+	}
+}
+
+TEST(ConstraintBookkeeping, SegmentThroughVertexSplitsThereWithoutNewVertex)
+{
+	Mirel_2D dt(100);
+	Point2* pMid(dt.insert(Point2(1, 1, 7)));
+	dt.insert(Point2(1, -3, 0));
+	size_t numBefore(dt.numberOfPoints());
+	std::vector<Segment2> vSegs{Segment2(Point2(0, 0, 0), Point2(3, 3, 0))};
+	ConstraintGraph2* pGraph(dt.createConstraint(vSegs, CIS_CONSTRAINED_DELAUNAY, false));
+	EXPECT_EQ(dt.numberOfPoints(), numBefore + 2);
+	std::vector<ConstraintSegment2*> vPieces;
+	pGraph->getChildConstraintSegments(vPieces);
+	ASSERT_EQ(vPieces.size(), 2u);
+	EXPECT_EQ(pGraph->getSplitVertices(), std::set<Point2*>{pMid});
+}
+
+TEST(ConstraintBookkeeping, SharedSegmentHasOneObjectAndEveryOwnerFollowsItsSplits)
+{
+	Mirel_2D dt(100);
+	dt.insert(Point2(5, -5, 0));
+	std::vector<Segment2> vFirst{Segment2(Point2(0, 0, 0), Point2(4, 0, 0))};
+	std::vector<Segment2> vSecond{Segment2(Point2(4, 0, 0), Point2(0, 0, 0))};
+	ConstraintGraph2* pG1(dt.createConstraint(vFirst, CIS_CONSTRAINED_DELAUNAY, true));
+	ConstraintGraph2* pG2(dt.createConstraint(vSecond, CIS_CONSTRAINED_DELAUNAY, true));
+	std::vector<ConstraintSegment2*> v1, v2;
+	pG1->getOriginalConstraintSegments(v1);
+	pG2->getOriginalConstraintSegments(v2);
+	ASSERT_EQ(v1.size(), 1u);
+	ASSERT_EQ(v1, v2);
+	EXPECT_EQ(v1[0]->getNumberOfOwners(), 2u);
+	EXPECT_NE(pG1->isReverse(v1[0]), pG2->isReverse(v1[0]));
+
+	// A third graph crosses it: both owners see the split and keep their directions.
+	std::vector<Segment2> vCross{Segment2(Point2(1, -1, 0), Point2(1, 1, 0))};
+	dt.createConstraint(vCross, CIS_CONSTRAINED_DELAUNAY, false);
+	for(ConstraintGraph2* pG : {pG1, pG2})
+	{
+		std::vector<ConstraintSegment2*> vChain;
+		pG->getAliveConstraintChain(v1[0], vChain);
+		ASSERT_EQ(vChain.size(), 2u);
+		EXPECT_TRUE(pG->getSplitVertices().size() == 1u);
+		EXPECT_EQ(countChainFaults(pG, true), 0);
+		EXPECT_EQ(countDirectedChainFaults(pG), 0);
+	}
+	ConstraintSegment2 *pKid0(nullptr), *pKid1(nullptr);
+	pG1->getDirectChildren(v1[0], pKid0, pKid1);
+	Point2* pStart1(pG1->isReverse(v1[0]) ? v1[0]->getTrg() : v1[0]->getSrc());
+	EXPECT_TRUE(pKid0->getSrc() == pStart1 || pKid0->getTrg() == pStart1);
+}
+
+TEST(ConstraintBookkeeping, PolygonIsStoredCounterclockwiseFromLeftmostVertex)
+{
+	Mirel_2D dt(100);
+	// A triangle given clockwise and out of order, then split by a crossing.
+	std::vector<Segment2> vRing{Segment2(Point2(4, 0, 0), Point2(0, 0, 0)), Segment2(Point2(2, 3, 0), Point2(4, 0, 0)), Segment2(Point2(0, 0, 0), Point2(2, 3, 0))};
+	ConstraintGraph2* pRing(dt.createConstraint(vRing, CIS_CONSTRAINED_DELAUNAY, false));
+	EXPECT_TRUE(pRing->isPolygon());
+	EXPECT_TRUE(pRing->isOriented());
+	std::vector<Point2*> vVertices;
+	pRing->getPolygonVertices(vVertices);
+	ASSERT_EQ(vVertices.size(), 3u);
+	EXPECT_TRUE(*vVertices[0] == Point2(0, 0, 0));
+	EXPECT_TRUE(*vVertices[1] == Point2(4, 0, 0));
+	EXPECT_TRUE(*vVertices[2] == Point2(2, 3, 0));
+
+	std::vector<Segment2> vCut{Segment2(Point2(2, -1, 0), Point2(2, 1, 0))};
+	dt.createConstraint(vCut, CIS_CONSTRAINED_DELAUNAY, false);
+	vVertices.clear();
+	pRing->getPolygonVertices(vVertices);
+	ASSERT_EQ(vVertices.size(), 4u);
+	EXPECT_TRUE(*vVertices[1] == Point2(2, 0, 0));
+	EXPECT_TRUE(*vVertices[2] == Point2(4, 0, 0));
+
+	// Not polygons: an open chain, a vertex of degree three, two rings.
+	std::vector<Segment2> vOpen{Segment2(Point2(10, 0, 0), Point2(11, 0, 0)), Segment2(Point2(11, 0, 0), Point2(11, 1, 0)), Segment2(Point2(11, 1, 0), Point2(10, 2, 0))};
+	EXPECT_FALSE(dt.createConstraint(vOpen, CIS_CONSTRAINED_DELAUNAY, false)->isPolygon());
+	std::vector<Segment2> vTwoRings;
+	for(double ox : {20.0, 30.0})
+	{
+		vTwoRings.emplace_back(Point2(ox, 0, 0), Point2(ox + 2, 0, 0));
+		vTwoRings.emplace_back(Point2(ox + 2, 0, 0), Point2(ox + 1, 2, 0));
+		vTwoRings.emplace_back(Point2(ox + 1, 2, 0), Point2(ox, 0, 0));
+	}
+	ConstraintGraph2* pTwo(dt.createConstraint(vTwoRings, CIS_CONSTRAINED_DELAUNAY, false));
+	EXPECT_FALSE(pTwo->isPolygon());
+	EXPECT_FALSE(pTwo->isOriented());
+	std::vector<Segment2> vDegree3(vRing);
+	vDegree3.emplace_back(Point2(2, 3, 0), Point2(2, 6, 0));
+	EXPECT_FALSE(dt.createConstraint(vDegree3, CIS_CONSTRAINED_DELAUNAY, false)->isPolygon());
+}
+
+TEST(ConstraintBookkeeping, DegenerateAndEmptyInputAreSkippedWithMessages)
+{
+	Mirel_2D dt(100);
+	dt.insert(Point2(0, 0, 0));
+	dt.insert(Point2(5, 0, 0));
+	dt.insert(Point2(0, 5, 0));
+	std::vector<Segment2> vEmpty;
+	testing::internal::CaptureStdout();
+	EXPECT_EQ(dt.createConstraint(vEmpty, CIS_CONSTRAINED_DELAUNAY, false), nullptr);
+	std::vector<Segment2> vSegs{Segment2(Point2(1, 1, 0), Point2(1, 1, 5)), Segment2(Point2(1, 1, 0), Point2(2, 1, 0))};
+	ConstraintGraph2* pGraph(dt.createConstraint(vSegs, CIS_CONSTRAINED_DELAUNAY, false));
+	Dt2* pImpl(dt.getImpl());
+	ConstraintSegment2* pUnknown(pImpl->getConstraintMgr()->addConstraintSegment(pImpl->insert(Point2(3, 1, 0)), pImpl->insert(Point2(3, 2, 0)), ConstraintInsertionStrategy(7)));
+	pImpl->getConstraintMgr()->apply(pUnknown);
+	std::string out(testing::internal::GetCapturedStdout());
+	EXPECT_NE(out.find("Dt2::createConstraint(..), WARNING: vSegments is empty, returning NULL"), std::string::npos);
+	EXPECT_NE(out.find("ConstraingMgr::createConstraint, WARNING: (0) Identical source and endpoint, a constraint segment has been skipped."), std::string::npos);
+	EXPECT_NE(out.find(" <-> "), std::string::npos);
+	EXPECT_NE(out.find("ConstraintMgr::apply(), WARNING: Unknown CIS"), std::string::npos);
+	std::vector<ConstraintSegment2*> vParents;
+	pGraph->getOriginalConstraintSegments(vParents);
+	EXPECT_EQ(vParents.size(), 1u);
+}
+
+TEST(ConstraintBookkeeping, ConstraintsBeforeAreaAreEstablishedLater)
+{
+	Mirel_2D dt(100);
+	std::vector<Segment2> vSegs{Segment2(Point2(0, 0, 0), Point2(4, 4, 0)), Segment2(Point2(0, 4, 0), Point2(4, 0, 0))};
+	ConstraintGraph2* pGraph(dt.createConstraint(vSegs, CIS_CONSTRAINED_DELAUNAY, false));
+	ASSERT_TRUE(dt.hasArea()); // four non-collinear end points
+	std::vector<ConstraintSegment2*> vAlive;
+	dt.getAliveConstraintSegments(vAlive);
+	EXPECT_EQ(vAlive.size(), 4u);
+
+	Mirel_2D flat(100);
+	std::vector<Segment2> vLine{Segment2(Point2(0, 0, 0), Point2(4, 0, 0))};
+	pGraph = flat.createConstraint(vLine, CIS_CONSTRAINED_DELAUNAY, false);
+	ASSERT_NE(pGraph, nullptr);
+	testing::internal::CaptureStdout();
+	flat.applyConstraintsAndZones();
+	std::string out(testing::internal::GetCapturedStdout());
+	EXPECT_NE(out.find("Dt2::applyConstraintsAndZones(), WARNING: The triangulation has no area yet."), std::string::npos);
+	flat.insert(Point2(2, -2, 0));
+	flat.insert(Point2(2, 1, 0)); // the segment is not an edge of this triangulation yet
+	flat.insert(Point2(2, 3, 0));
+	flat.applyConstraintsAndZones();
+	std::vector<ConstraintSegment2*> vPieces;
+	pGraph->getChildConstraintSegments(vPieces);
+	for(ConstraintSegment2* pCSeg : vPieces) EXPECT_TRUE(isEdge(flat.getImpl(), pCSeg->getSrc(), pCSeg->getTrg()));
+	EXPECT_FALSE(vPieces.empty());
+}
+
+TEST(ConstraintBookkeeping, VertexFilterFromTenThousandVertices)
+{
+	std::mt19937 rng(3);
+	Dt2 dt(20000);
+	insertFrame(dt, -1, 101);
+	std::vector<Point2> vPoints(randomPoints(rng, 12000, 100));
+	std::vector<Point2*> vHandles;
+	dt.insertVector(vPoints, vHandles);
+	std::vector<Segment2> vSegs(randomSegments(rng, 200, 100, 5));
+	dt.createConstraint(vSegs, CIS_CONSTRAINED_DELAUNAY, false);
+	// Whatever the filter says, the answers equal the plain lookup.
+	std::vector<ConstraintSegment2*> vAll;
+	dt.getAliveAndDeadConstraintSegments(vAll);
+	std::set<std::pair<Point2*, Point2*> > sAlive;
+	for(ConstraintSegment2* pCSeg : vAll)
+	{
+		if(pCSeg->isAlive()) sAlive.emplace(pCSeg->getSrc(), pCSeg->getTrg());
+		EXPECT_EQ(dt.isConstraint(pCSeg->getSrc(), pCSeg->getTrg()), pCSeg->isAlive());
+		EXPECT_TRUE(dt.isConstraint(pCSeg->getSrc()));
+	}
+	for(size_t i = 0; i + 1 < vHandles.size(); ++i)
+	{
+		Point2* a(std::min(vHandles[i], vHandles[i + 1]));
+		Point2* b(std::max(vHandles[i], vHandles[i + 1]));
+		EXPECT_EQ(dt.isConstraint(a, b), sAlive.count(std::make_pair(a, b)) != 0);
+	}
+}
+
+TEST(ConstraintBookkeeping, SegmentLifecycleAndSplitTree)
+{
+	Mirel_2D dt(100);
+	std::vector<Segment2> vSegs{Segment2(Point2(0, 0, 0), Point2(8, 0, 8))};
+	dt.insert(Point2(4, 5, 0));
+	dt.insert(Point2(4, -5, 0));
+	ConstraintGraph2* pGraph(dt.createConstraint(vSegs, CIS_CONSTRAINED_DELAUNAY, false));
+	std::vector<ConstraintSegment2*> vParents;
+	pGraph->getOriginalConstraintSegments(vParents);
+	ConstraintSegment2* pRoot(vParents[0]);
+	EXPECT_EQ(pRoot->getCIS(), CIS_CONSTRAINED_DELAUNAY);
+	EXPECT_EQ(pRoot->getAdjacentArea(), 1.7976931348623157e308);
+	// An endpoint as split point changes nothing.
+	EXPECT_EQ(pRoot->insertAndSplit(Point2(0, 0, 0)), nullptr);
+	EXPECT_TRUE(pRoot->isAlive());
+	EXPECT_THROW(pRoot->split_combinatorialOnly(pRoot->getSrc()), MirelException);
+
+	// Three levels: 0-8 at 4, 0-4 at 2, 4-8 at 6 gives four pieces in order.
+	Point2* p4(pRoot->insertAndSplit(Point2(4, 0, 4)));
+	ASSERT_NE(p4, nullptr);
+	EXPECT_FALSE(pRoot->isAlive());
+	EXPECT_THROW(pRoot->insertAndSplit(Point2(5, 0, 0)), MirelException);
+	ConstraintSegment2 *pKid0(nullptr), *pKid1(nullptr);
+	Point2* pSplit(nullptr);
+	pRoot->getChildrenAndSplitPoint(pKid0, pKid1, pSplit);
+	EXPECT_EQ(pSplit, p4);
+	ASSERT_NE(pKid0->insertAndSplit(Point2(2, 0, 2)), nullptr);
+	ASSERT_NE(pKid1->insertAndSplit(Point2(6, 0, 6)), nullptr);
+	std::vector<ConstraintSegment2*> vLeaves;
+	pRoot->getChildrenRec(vLeaves);
+	ASSERT_EQ(vLeaves.size(), 4u);
+	std::vector<ConstraintSegment2*> vPieces;
+	pGraph->getAliveConstraintChain(pRoot, vPieces);
+	ASSERT_EQ(vPieces.size(), 4u);
+	for(size_t i = 0; i < 4; ++i)
+	{
+		EXPECT_TRUE(vPieces[i]->isAlive());
+		EXPECT_TRUE(isEdge(dt.getImpl(), vPieces[i]->getSrc(), vPieces[i]->getTrg()));
+		EXPECT_EQ(pGraph->isReverse(vPieces[i]) ? vPieces[i]->getSrc()->x() : vPieces[i]->getTrg()->x(), 2.0 * double(i + 1));
+	}
+	testing::internal::CaptureStdout();
+	vLeaves[0]->getChildrenAndSplitPoint(pKid0, pKid1, pSplit);
+	std::ostringstream oss;
+	oss << *pRoot;
+	std::string out(testing::internal::GetCapturedStdout());
+	EXPECT_NE(out.find("ConstraintSegment2::getChildrenAndSplitPoint(), WARNING: *this is still alive!"), std::string::npos);
+	EXPECT_NE(oss.str().find(" [DEAD, numChildren=2]"), std::string::npos);
+	EXPECT_NE(oss.str().find("length=8"), std::string::npos);
+}
+
+TEST(ConstraintBookkeeping, MakeDelaunaySplitsUntilPiecesAreDelaunay)
+{
+	Mirel_2D dt(100);
+	dt.insert(Point2(0, -1, 0));
+	dt.insert(Point2(10, -1, 0));
+	dt.insert(Point2(5, 0.3, 0)); // close above the segment
+	dt.insert(Point2(5, -0.4, 0));
+	std::vector<Segment2> vSegs{Segment2(Point2(0, 0, 0), Point2(10, 0, 10))};
+	ConstraintGraph2* pGraph(dt.createConstraint(vSegs, CIS_CONSTRAINED_DELAUNAY, false));
+	EXPECT_FALSE(pGraph->makeDelaunay(100.0)); // every bad piece is too short: nothing changes
+	std::vector<ConstraintSegment2*> vPieces;
+	pGraph->getChildConstraintSegments(vPieces);
+	EXPECT_EQ(vPieces.size(), 1u);
+	EXPECT_TRUE(pGraph->makeDelaunay(0.001));
+	Point2* pAny(vPieces[0]->getSrc());
+	std::vector<Triangle2*> vT(collectTriangles(pAny));
+	EXPECT_EQ(countNonDelaunayEdges(dt.getImpl(), vT, false), 0);
+	vPieces.clear();
+	pGraph->getChildConstraintSegments(vPieces);
+	EXPECT_GT(vPieces.size(), 1u);
+}
+
+TEST(ConstraintBookkeeping, WriteConstraintFiles)
+{
+	Mirel_2D dt(100);
+	dt.insert(Point2(1, -3, 0));
+	std::vector<Segment2> vSegs{Segment2(Point2(0, 0, 0), Point2(2, 2, 2)), Segment2(Point2(0, 2, 4), Point2(2, 0, 0))};
+	dt.createConstraint(vSegs, CIS_CONSTRAINED_DELAUNAY, false);
+	ConstraintMgr* pMgr(dt.getImpl()->getConstraintMgr());
+	testing::internal::CaptureStdout();
+	EXPECT_TRUE(pMgr->writeConstraints("cons_test"));
+	EXPECT_TRUE(pMgr->writeConstraintsBIN("cons_test"));
+	std::string out(testing::internal::GetCapturedStdout());
+	EXPECT_NE(out.find("writes 4 child segments to cons_test_c0.con"), std::string::npos);
+	std::ifstream in("cons_test_c0.con");
+	std::vector<double> v;
+	double d;
+	while(in >> d) v.push_back(d);
+	ASSERT_EQ(v.size(), 24u);
+	// In the user's direction: the first piece starts at (0, 0, 0) and ends at the crossing.
+	EXPECT_EQ(v[0], 0.0);
+	EXPECT_EQ(v[3], 1.0);
+	EXPECT_EQ(v[4], 1.0);
+	std::ifstream bin("cons_test_con.bin", std::ios::binary);
+	uint64_t n(0);
+	bin.read(reinterpret_cast<char*>(&n), sizeof(n));
+	EXPECT_EQ(n, 4u);
+}
