@@ -1,7 +1,10 @@
 #include "ConstraintGraph2.h"
 #include "ConstraintMgr.h"
 #include "Dt2.h"
+#include "Color.h"
 #include "GeomTest.h"
+#include "Segment2.h"
+#include "Visualizer2.h"
 #include "tools.h"
 #include <algorithm>
 #include <cmath>
@@ -349,6 +352,20 @@ bool ConstraintGraph2::makeDelaunay(double minLength)
 		}
 	}
 	return bAllDelaunay;
+}
+
+void ConstraintGraph2::show(const char* filename)
+{
+	Visualizer2 vis(filename);
+	show(&vis, Color(CRED));
+	vis.writeFile();
+}
+
+void ConstraintGraph2::show(Visualizer2* pVis, const Color& c)
+{
+	std::vector<ConstraintSegment2*> vPieces;
+	getChildConstraintSegments(vPieces);
+	for(ConstraintSegment2* pCSeg : vPieces) pVis->addObject(Segment2(*pCSeg->getSrc(), *pCSeg->getTrg()), c);
 }
 
 } // namespace MIREL25D

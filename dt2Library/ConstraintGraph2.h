@@ -8,8 +8,10 @@
 
 namespace MIREL25D {
 
+class Color;
 class Dt2;
 class GeomTest;
+class Visualizer2;
 
 // Orders segments by their endpoint pair, i.e. ConstraintSegment2::operator<.
 struct MIREL_API Func_ltConstraintSegment2
@@ -46,6 +48,10 @@ public:
 	// Splits pieces until the triangles beside each are Delaunay; false when a
 	// piece shorter than minLength had to be left non-Delaunay.
 	bool makeDelaunay(double minLength);
+	// Draws the alive pieces: into a new PostScript file, or into a drawing
+	// the caller writes.
+	void show(const char* filename);
+	void show(Visualizer2* pVis, const Color& c);
 
 	// Internal.
 	Dt2* getDt2() const { return pDt2; }

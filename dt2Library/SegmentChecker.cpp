@@ -1,8 +1,12 @@
 #include "SegmentChecker.h"
+#include "Color.h"
 #include "GeomTest.h"
+#include "Visualizer2.h"
 #include "tools.h"
 #include <algorithm>
 #include <cmath>
+#include <iostream>
+#include <string>
 #include <limits>
 #include <map>
 #include <memory>
@@ -398,6 +402,33 @@ bool SegmentChecker::getIntersectionSegment(const Segment2& seg1, const Segment2
 	issOnSeg1 = Segment2(Point2(lo.x(), lo.y(), heightOnSegment(a, b, lo.x(), lo.y())), Point2(hi.x(), hi.y(), heightOnSegment(a, b, hi.x(), hi.y())));
 	issOnSeg2 = Segment2(Point2(lo.x(), lo.y(), heightOnSegment(c, d, lo.x(), lo.y())), Point2(hi.x(), hi.y(), heightOnSegment(c, d, hi.x(), hi.y())));
 	return true;
+}
+
+void SegmentChecker::showSegments(const char* name) const
+{
+	std::cout << "SegmentChecker::showSegments(), numSegments=" << pSCD->vSegments.size() << std::endl;
+	Visualizer2 vis(name);
+	for(Segment2* pSeg : pSCD->vSegments) vis.addObject(*pSeg, Color(CBLACK));
+	vis.writeFile();
+}
+
+void SegmentChecker::showIllegalSegments(bool bAlsoEndPointIntersections, const char* name) const
+{
+	std::vector<Segment2*> vIllegal;
+	getIllegalSegments(bAlsoEndPointIntersections, vIllegal);
+	std::vector<Segment2*> vSorted(vIllegal);
+	std::sort(vSorted.begin(), vSorted.end());
+	Visualizer2 vis(name);
+	size_t numSegments(pSCD->vSegments.size());
+	vis.addHeaderLine(("Number of segments: " + std::to_string(numSegments)).c_str());
+	vis.addHeaderLine(("Legal segments: " + std::to_string(numSegments - vIllegal.size())).c_str());
+	vis.addHeaderLine(("Illegal segments: " + std::to_string(vIllegal.size())).c_str());
+	for(Segment2* pSeg : pSCD->vSegments)
+	{
+		bool bIllegal(std::binary_search(vSorted.begin(), vSorted.end(), pSeg));
+		vis.addObject(*pSeg, bIllegal ? Color(CRED, 0.002f) : Color(CGREEN));
+	}
+	vis.writeFile();
 }
 
 void SegmentChecker::subscribe(MsgType msgType, MsgBase* pListener)

@@ -51,6 +51,11 @@ public:
 	// For collinear segments: the overlap, with heights taken on each segment.
 	bool getIntersectionSegment(const Segment2& seg1, const Segment2& seg2, Segment2& issOnSeg1, Segment2& issOnSeg2) const;
 
+	// PostScript drawings: all segments; or legal ones and illegal ones in
+	// different colours, with the counts in the header.
+	void showSegments(const char* name) const;
+	void showIllegalSegments(bool bAlsoEndPointIntersections, const char* name) const;
+
 	void subscribe(MsgType msgType, MsgBase* pListener);
 	void unsubscribe(MsgType msgType, MsgBase* pListener);
 

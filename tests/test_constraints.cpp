@@ -395,7 +395,20 @@ TEST(ConstraintInsertion, ConstraintEdgesSurviveLaterInsertions)
 		const Point2& b(*vAlive[i]->getTrg());
 		dt.insert(Point2(0.5 * (a.x() + b.x()), 0.5 * (a.y() + b.y()), 0));
 	}
-	dt.insertVector(randomPoints(rng, 2000, 40));
+	std::vector<Point2*> vLater;
+	dt.insertVector(randomPoints(rng, 2000, 40), vLater);
+	expectValid(inspect(&dt, pFrame, true));
+	EXPECT_EQ(countChainFaults(pGraph, true), 0);
+
+	// Removing vertices that are on no constraint keeps every piece an edge.
+	size_t numRemoved(0);
+	for(size_t i = 0; i < vLater.size(); i += 3)
+	{
+		if(dt.isConstraint(vLater[i]) || vLater[i]->getIncidentTriangle() == nullptr) continue;
+		dt.remove(vLater[i]);
+		++numRemoved;
+	}
+	EXPECT_GT(numRemoved, 300u);
 	expectValid(inspect(&dt, pFrame, true));
 	EXPECT_EQ(countChainFaults(pGraph, true), 0);
 }
@@ -683,7 +696,10 @@ TEST(ConstraintBookkeeping, WriteConstraintFiles)
 	Mirel_2D dt(100);
 	dt.insert(Point2(1, -3, 0));
 	std::vector<Segment2> vSegs{Segment2(Point2(0, 0, 0), Point2(2, 2, 2)), Segment2(Point2(0, 2, 4), Point2(2, 0, 0))};
-	dt.createConstraint(vSegs, CIS_CONSTRAINED_DELAUNAY, false);
+	ConstraintGraph2* pGraph(dt.createConstraint(vSegs, CIS_CONSTRAINED_DELAUNAY, false));
+	pGraph->show("cons_graph.ps");
+	std::ifstream ps("cons_graph.ps");
+	EXPECT_TRUE(ps.good());
 	ConstraintMgr* pMgr(dt.getImpl()->getConstraintMgr());
 	testing::internal::CaptureStdout();
 	EXPECT_TRUE(pMgr->writeConstraints("cons_test"));

@@ -5,7 +5,9 @@
 #include <cstdint>
 #include <memory>
 #include <random>
+#include <fstream>
 #include <set>
+#include <sstream>
 
 using namespace MIREL25D;
 
@@ -268,4 +270,24 @@ TEST(SegmentChecker, ProgressAndSubscriptions)
 	EXPECT_LE(counter.n, 102); // registered once
 	EXPECT_EQ(counter.last, 100.0);
 	checker.unsubscribe(MSG_PROGRESS, &counter);
+}
+
+TEST(SegmentChecker, DrawingsListTheCounts)
+{
+	Segment2 a(Point2(0, 0, 0), Point2(4, 0, 0));
+	Segment2 b(Point2(2, -1, 0), Point2(2, 1, 0));
+	Segment2 c(Point2(0, 3, 0), Point2(4, 3, 0));
+	std::vector<Segment2*> v{&a, &b, &c};
+	SegmentChecker checker(v);
+	testing::internal::CaptureStdout();
+	checker.showSegments("segchk_all.ps");
+	std::string out(testing::internal::GetCapturedStdout());
+	EXPECT_NE(out.find("SegmentChecker::showSegments(), numSegments=3"), std::string::npos);
+	checker.showIllegalSegments(false, "segchk_illegal.ps");
+	std::ifstream in("segchk_illegal.ps");
+	std::stringstream ss;
+	ss << in.rdbuf();
+	EXPECT_NE(ss.str().find("Number of segments: 3"), std::string::npos);
+	EXPECT_NE(ss.str().find("Legal segments: 1"), std::string::npos);
+	EXPECT_NE(ss.str().find("Illegal segments: 2"), std::string::npos);
 }
