@@ -2,6 +2,9 @@
 #include "MirelExport.h"
 #include "tools.h"
 #include "Circle2.h"
+#include "ConnectedComponent.h"
+#include "ConstraintGraph2.h"
+#include "Segment2.h"
 #include "Visualizer2.h"
 #include <algorithm>
 #include <chrono>
@@ -29,6 +32,8 @@ Dt2::Dt2(unsigned numExpectedVertices)
 
 Dt2::~Dt2()
 {
+	// Zones first: they only refer to the constraint graphs.
+	for(Zone2* pZone : vZones) delete pZone;
 	destroyConstraintMachinery();
 }
 
@@ -1404,6 +1409,178 @@ void Dt2::show(const char* filename, bool bWithConstraints)
 	Visualizer2 vis(filename);
 	show(&vis, bWithConstraints);
 	vis.writeFile();
+}
+
+// ======================================================================
+// Zones
+// ======================================================================
+
+void Dt2::getTriangleBlocks(std::vector<std::pair<Triangle2*, size_t>>& vBlocks) const
+{
+	for(size_t b = 0; b < trianglePool.numBlocks(); ++b)
+	{
+		size_t numUsed(0);
+		Triangle2* pBlock(trianglePool.getBlock(b, numUsed));
+		vBlocks.push_back(std::make_pair(pBlock, numUsed));
+	}
+}
+
+bool Dt2::checkZoneArea()
+{
+	if(hasArea()) return true;
+	sendWarning("Dt2::createZone", "The triangulation has no area yet. Returning NULL");
+	return false;
+}
+
+Zone2* Dt2::addZone(Zone2* pZone)
+{
+	vZones.push_back(pZone);
+	return pZone;
+}
+
+Zone2* Dt2::createZone(ConstraintGraph2* pConstraintGraph, ZoneLocation zoneLoc, bool /*bVerbose*/)
+{
+	if(!checkZoneArea()) return nullptr;
+	bool bResultLoc(zoneLoc == ZL_UNION_RESULT || zoneLoc == ZL_INTERSECTION_RESULT || zoneLoc == ZL_DIFFERENCE_RESULT || zoneLoc == ZL_SYMDIFF_RESULT);
+	if(zoneLoc == ZL_GLOBAL || bResultLoc) return addZone(new Zone2(this, zoneLoc));
+	if(pConstraintGraph == nullptr)
+	{
+		sendWarning("Dt::createZone()", "pConstraintGraph==NULL, but zoneLoc!=ZL_GLOBAL or ZL_RESULT. Returning NULL");
+		return nullptr;
+	}
+	if(zoneLoc != ZL_INSIDE && zoneLoc != ZL_OUTSIDE && zoneLoc != ZL_BOUNDED)
+	{
+		sendWarning("Dt2::createZone()", "This overloaded version of createZone accepts only ZL_INSIDE and ZL_OUTSIDE as zoneLocation. Returning NULL");
+		return nullptr;
+	}
+	if(!pConstraintGraph->isOriented())
+	{
+		sendWarning("Dt2::createZone()", "The constraint graph is not oriented, returning NULL");
+		return nullptr;
+	}
+	return addZone(new Zone2(this, pConstraintGraph, zoneLoc));
+}
+
+Zone2* Dt2::createZone(const std::vector<ConstraintGraph2*>& vConstraintGraphs, ZoneLocation zoneLoc, bool /*bVerbose*/)
+{
+	if(!checkZoneArea()) return nullptr;
+	if(vConstraintGraphs.empty() || std::find(vConstraintGraphs.begin(), vConstraintGraphs.end(), nullptr) != vConstraintGraphs.end())
+	{
+		sendWarning("Dt::createZone()", "pConstraintGraph==NULL, but zoneLoc!=ZL_GLOBAL or ZL_RESULT. Returning NULL");
+		return nullptr;
+	}
+	if(zoneLoc != ZL_INSIDE && zoneLoc != ZL_OUTSIDE)
+	{
+		sendWarning("Dt2::createZone()", "This overloaded version of createZone accepts only ZL_INSIDE and ZL_OUTSIDE as zoneLocation. Returning NULL");
+		return nullptr;
+	}
+	for(ConstraintGraph2* pGraph : vConstraintGraphs)
+	{
+		if(!pGraph->isOriented())
+		{
+			sendWarning("Dt2::createZone()", "The constraint graph is not oriented, returning NULL");
+			return nullptr;
+		}
+	}
+	return addZone(new Zone2(this, vConstraintGraphs, zoneLoc));
+}
+
+Zone2* Dt2::createZone(ConstraintGraph2* pConstraintGraph, ZoneLocation zoneLoc, const Point2& startPoint, bool bVerbose)
+{
+	return createZone(std::vector<ConstraintGraph2*>(1, pConstraintGraph), zoneLoc, startPoint, bVerbose);
+}
+
+Zone2* Dt2::createZone(const std::vector<ConstraintGraph2*>& vConstraintGraphs, ZoneLocation zoneLoc, const Point2& startPoint, bool /*bVerbose*/)
+{
+	if(!checkZoneArea()) return nullptr;
+	if(zoneLoc != ZL_GROW)
+	{
+		sendWarning("Dt2::createZone()", "This overloaded version of createZone accepts only ZL_GROW as zoneLocation. Returning NULL");
+		return nullptr;
+	}
+	if(std::find(vConstraintGraphs.begin(), vConstraintGraphs.end(), nullptr) != vConstraintGraphs.end())
+	{
+		sendWarning("Dt::createZone()", "pConstraintGraph==NULL, but zoneLoc!=ZL_GLOBAL or ZL_RESULT. Returning NULL");
+		return nullptr;
+	}
+	return addZone(new Zone2(this, vConstraintGraphs, std::vector<Point2>(1, startPoint)));
+}
+
+Zone2* Dt2::createZone(std::vector<Triangle2*>& vTriangles, bool /*bVerbose*/)
+{
+	const char* place("Dt2::createZone()");
+	if(!checkZoneArea()) return nullptr;
+	std::vector<Triangle2*> vT;
+	vT.reserve(vTriangles.size());
+	for(Triangle2* pT : vTriangles)
+	{
+		if(pT != nullptr && pT->isAlive())
+		{
+			vT.push_back(pT);
+			continue;
+		}
+		std::ostringstream oss;
+		oss << "Unable to handle the triangle " << static_cast<const void*>(pT) << " (null or no longer part of the triangulation), skipping it";
+		sendWarning(place, oss.str());
+	}
+	std::sort(vT.begin(), vT.end());
+	vT.erase(std::unique(vT.begin(), vT.end()), vT.end());
+	std::vector<ConnectedComponent> vComponents;
+	ConnectedComponent::split(vT, vComponents);
+
+	// Everything is read from the mesh before the first graph is inserted:
+	// establishing constraints may change triangles elsewhere.
+	std::vector<std::vector<Segment2>> vvBorders;
+	std::vector<Point2> vStartPoints;
+	for(const ConnectedComponent& component : vComponents)
+	{
+		Point2 startPoint;
+		if(!component.findStartPoint(geomTest, startPoint))
+		{
+			std::ostringstream oss;
+			oss << "A connected component of the zone is almost degenerate: " << component.getTriangles().size() << " triangle(s), none of them holds its rounded barycentre";
+			sendWarning(place, oss.str());
+			sendWarning(place, "An almost degenerate part of the zone has no start point for zone growing!");
+			continue;
+		}
+		vStartPoints.push_back(startPoint);
+		vvBorders.push_back(std::vector<Segment2>());
+		component.getBorderSegments(vvBorders.back());
+	}
+	if(vStartPoints.empty()) return nullptr;
+	// The borders are edges already, so constrained insertion only marks them.
+	std::vector<ConstraintGraph2*> vGraphs;
+	for(std::vector<Segment2>& vBorder : vvBorders)
+	{
+		ConstraintGraph2* pGraph(createConstraint(vBorder, CIS_CONSTRAINED_DELAUNAY, false));
+		if(pGraph != nullptr) vGraphs.push_back(pGraph);
+	}
+	return addZone(new Zone2(this, vGraphs, vStartPoints));
+}
+
+Zone2* Dt2::createZone_cookieCutter(std::vector<Segment2>& vSegments, bool bVerbose)
+{
+	if(!checkZoneArea()) return nullptr;
+	ConstraintGraph2* pGraph(createConstraint(vSegments, CIS_CONSTRAINED_DELAUNAY, false));
+	if(pGraph == nullptr) return nullptr;
+	if(!pGraph->isPolygon())
+	{
+		sendWarning("Dt2::createZone_cookieCutter()", "The segments do not form one closed polygon, returning NULL");
+		return nullptr;
+	}
+	return createZone(pGraph, ZL_INSIDE, bVerbose);
+}
+
+void Dt2::deleteZone(Zone2* pZone)
+{
+	auto it(std::find(vZones.begin(), vZones.end(), pZone));
+	if(pZone == nullptr || it == vZones.end())
+	{
+		sendWarning("Dt2::deleteZone()", "The zone does not belong to this triangulation, nothing deleted");
+		return;
+	}
+	vZones.erase(it);
+	delete pZone;
 }
 
 } // namespace MIREL25D

@@ -11,6 +11,7 @@
 #include "SimplePool.h"
 #include "Triangle2.h"
 #include "VertexVault.h"
+#include "Zone2.h"
 #include <cstddef>
 #include <map>
 #include <string>
@@ -212,6 +213,9 @@ public:
 	// bAllVertices false, vertices inside straight stretches of the hull are dropped.
 	void getConvexHull(bool bAllVertices, std::vector<Point2*>& vHullVtx);
 	void getTrianglePointers(std::vector<Triangle2*>& vAllTriangles) const;
+	// The triangle pool's blocks (first triangle, number handed out), so that
+	// a walker can number triangles by their place in the pool.
+	void getTriangleBlocks(std::vector<std::pair<Triangle2*, size_t>>& vBlocks) const;
 	void getVertexPointers(std::vector<Point2*>& vAllVertices) const;
 	bool checkValidity(bool bCheckEmptyCircles, const char* checkName);
 	void remove(Point2* pVtx);
@@ -275,6 +279,34 @@ public:
 private:
 	void exportVertices(MirelExport& mirelExport, VertexNumbering& numbering);
 	void exportTriangles(MirelExport& mirelExport, const VertexNumbering& numbering, bool bClearAfterExport);
+
+	// ======================================================================
+	// Zones
+	// ======================================================================
+public:
+	// ZL_GLOBAL and the result locations without a graph; ZL_INSIDE,
+	// ZL_OUTSIDE and ZL_BOUNDED with an oriented graph. Null with a message
+	// for anything else and while the triangulation has no triangle.
+	Zone2* createZone(ConstraintGraph2* pConstraintGraph, ZoneLocation zoneLoc, bool bVerbose);
+	// ZL_INSIDE or ZL_OUTSIDE of several oriented graphs at once.
+	Zone2* createZone(const std::vector<ConstraintGraph2*>& vConstraintGraphs, ZoneLocation zoneLoc, bool bVerbose);
+	// ZL_GROW from startPoint, the graphs' edges being the barriers.
+	Zone2* createZone(ConstraintGraph2* pConstraintGraph, ZoneLocation zoneLoc, const Point2& startPoint, bool bVerbose);
+	Zone2* createZone(const std::vector<ConstraintGraph2*>& vConstraintGraphs, ZoneLocation zoneLoc, const Point2& startPoint, bool bVerbose);
+	// A zone of exactly these triangles that survives later insertions: the
+	// border of each connected component becomes a constraint graph and the
+	// component is grown again from a point inside it.
+	Zone2* createZone(std::vector<Triangle2*>& vTriangles, bool bVerbose);
+	// Cuts the triangulation along the closed polyline (a constrained
+	// polygon) and returns the zone inside it.
+	Zone2* createZone_cookieCutter(std::vector<Segment2>& vSegments, bool bVerbose);
+	void deleteZone(Zone2* pZone);
+
+private:
+	Zone2* addZone(Zone2* pZone);
+	bool checkZoneArea();
+
+	std::vector<Zone2*> vZones; // owned
 };
 
 } // namespace MIREL25D

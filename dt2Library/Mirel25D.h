@@ -15,4 +15,5 @@
 #include "Label.h"
 #include "Visualizer2.h"
 #include "MirelExport.h"
+#include "Zone2.h"
 #include "Mirel_2D.h"

@@ -1,5 +1,6 @@
 #include "Mirel_2D.h"
 #include "Dt2.h"
+#include "tools.h"
 #include <new>
 
 namespace MIREL25D {
@@ -158,6 +159,7 @@ void Mirel_2D::remove(Point2* pVtx)
 {
 	pImpl->remove(pVtx);
 }
+
 ConstraintGraph2* Mirel_2D::createConstraint(std::vector<Segment2>& vSegments, ConstraintInsertionStrategy cis, bool orientedSegments)
 {
 	return pImpl->createConstraint(vSegments, cis, orientedSegments);
@@ -223,6 +225,47 @@ void Mirel_2D::show(const char* postscriptFilename, bool bWithConstraints)
 void Mirel_2D::show(Visualizer2* pVis, bool bWithConstraints)
 {
 	pImpl->show(pVis, bWithConstraints);
+}
+
+Zone2* Mirel_2D::reportNoZone(Zone2* pZone, bool bVerbose)
+{
+	if(pZone == nullptr && bVerbose) sendWarning("Mirel_2D::createZone(..)", "No zone created, returning NULL (bVerbose==true)");
+	return pZone;
+}
+
+Zone2* Mirel_2D::createZone(ConstraintGraph2* pConstraintGraph, ZoneLocation zoneLoc, bool bVerbose)
+{
+	return reportNoZone(pImpl->createZone(pConstraintGraph, zoneLoc, bVerbose), bVerbose);
+}
+
+Zone2* Mirel_2D::createZone(const std::vector<ConstraintGraph2*>& vConstraintGraphs, ZoneLocation zoneLoc, bool bVerbose)
+{
+	return reportNoZone(pImpl->createZone(vConstraintGraphs, zoneLoc, bVerbose), bVerbose);
+}
+
+Zone2* Mirel_2D::createZone(ConstraintGraph2* pConstraintGraph, ZoneLocation zoneLoc, const Point2& startPoint, bool bVerbose)
+{
+	return reportNoZone(pImpl->createZone(pConstraintGraph, zoneLoc, startPoint, bVerbose), bVerbose);
+}
+
+Zone2* Mirel_2D::createZone(const std::vector<ConstraintGraph2*>& vConstraintGraphs, ZoneLocation zoneLoc, const Point2& startPoint, bool bVerbose)
+{
+	return reportNoZone(pImpl->createZone(vConstraintGraphs, zoneLoc, startPoint, bVerbose), bVerbose);
+}
+
+Zone2* Mirel_2D::createZone(std::vector<Triangle2*>& vTriangles, bool bVerbose)
+{
+	return reportNoZone(pImpl->createZone(vTriangles, bVerbose), bVerbose);
+}
+
+Zone2* Mirel_2D::createZone_cookieCutter(std::vector<Segment2>& vSegments, bool bVerbose)
+{
+	return reportNoZone(pImpl->createZone_cookieCutter(vSegments, bVerbose), bVerbose);
+}
+
+void Mirel_2D::deleteZone(Zone2* pZone)
+{
+	pImpl->deleteZone(pZone);
 }
 
 } // namespace MIREL25D

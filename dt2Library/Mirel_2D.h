@@ -8,6 +8,7 @@
 #include "Point2.h"
 #include "Segment2.h"
 #include "Triangle2.h"
+#include "Zone2.h"
 #include <cstddef>
 #include <vector>
 
@@ -111,7 +112,25 @@ public:
 	// Adds the triangles to the caller's drawing, which the caller writes.
 	void show(Visualizer2* pVis, bool bWithConstraints = true);
 
+	// ---- Zones (owned by the triangulation; with bVerbose a refusal is
+	// also reported here) ----
+	// ZL_GLOBAL with a null graph; ZL_INSIDE, ZL_OUTSIDE, ZL_BOUNDED with an oriented graph.
+	Zone2* createZone(ConstraintGraph2* pConstraintGraph, ZoneLocation zoneLoc, bool bVerbose = true);
+	// ZL_INSIDE or ZL_OUTSIDE of several oriented graphs together.
+	Zone2* createZone(const std::vector<ConstraintGraph2*>& vConstraintGraphs, ZoneLocation zoneLoc, bool bVerbose = true);
+	// ZL_GROW: the triangles reachable from startPoint without crossing a graph edge.
+	Zone2* createZone(ConstraintGraph2* pConstraintGraph, ZoneLocation zoneLoc, const Point2& startPoint, bool bVerbose = true);
+	Zone2* createZone(const std::vector<ConstraintGraph2*>& vConstraintGraphs, ZoneLocation zoneLoc, const Point2& startPoint, bool bVerbose = true);
+	// Exactly these triangles; their component borders become constraints so
+	// that the zone survives later insertions.
+	Zone2* createZone(std::vector<Triangle2*>& vTriangles, bool bVerbose = true);
+	// Cuts the triangulation along the closed polyline; the zone inside it.
+	Zone2* createZone_cookieCutter(std::vector<Segment2>& vSegments, bool bVerbose = true);
+	void deleteZone(Zone2* pZone);
+
 private:
+	Zone2* reportNoZone(Zone2* pZone, bool bVerbose);
+
 	Dt2* pImpl;
 };
 

@@ -1,0 +1,138 @@
+#pragma once
+#include "Bbox2.h"
+#include "Edge2.h"
+#include "MirelExportMacro.h"
+#include "MsgBase.h"
+#include "Point2.h"
+#include "Segment2.h"
+#include <cstddef>
+#include <map>
+#include <vector>
+
+namespace MIREL25D {
+
+class ConstraintGraph2;
+class Dt2;
+class Triangle2;
+class Visualizer2;
+
+enum ZoneLocation
+{
+	ZL_GLOBAL = 0,               // all triangles
+	ZL_INSIDE = 1,               // inside the zone's constraint graphs
+	ZL_OUTSIDE = 2,              // outside them
+	ZL_GROW = 3,                 // reachable from the seed points without crossing a graph edge
+	ZL_UNION_RESULT = 4,         // set operations on two operand zones
+	ZL_INTERSECTION_RESULT = 5,
+	ZL_DIFFERENCE_RESULT = 6,
+	ZL_SYMDIFF_RESULT = 7,
+	ZL_BOUNDED = 8               // as ZL_INSIDE; accepted by mesh generation
+};
+
+// A region of the triangulation. It stores a rule, not triangles: every
+// query evaluates the rule on the current mesh, so a zone stays correct while
+// vertices and constraints are inserted. Zones bounded by constraint graphs
+// rely on the graph edges being constraints: they survive any insertion.
+//
+// Zones are made and deleted only by their triangulation (Dt2::createZone,
+// deleteZone, or with the triangulation).
+class MIREL_API Zone2
+{
+public:
+	// The zone's triangles in address order; empty (with a message) while the
+	// triangulation has no triangle.
+	void getTriangles(std::vector<Triangle2*>& vTrianglesOut) const;
+	size_t getNumberOfTriangles() const;
+	// The distinct corners of the zone's triangles.
+	void getVertices(std::vector<Point2*>& vVerticesOut) const;
+	double getArea2D() const;
+	double getArea25D() const;
+	Bbox2 getBoundingBox() const;
+	// Edges of zone triangles whose neighbour is missing or outside the zone,
+	// each seen from its zone triangle (so the zone lies to the left).
+	void getBorderEdges(std::vector<Edge2>& vBorderEdgesOut) const;
+	void getBoundaryEdges(std::vector<Edge2>& vBoundaryEdgesOut) const;
+	void getBoundarySegments(std::vector<Segment2>& vBoundarySegmentsOut) const;
+	ZoneLocation getZoneLocation() const { return zoneLoc; }
+	// The single bounding graph; null (with a message) when there are several.
+	ConstraintGraph2* getConstraintGraph() const;
+	void getConstraintGraphs(std::vector<ConstraintGraph2*>& vConstraintGraphsOut) const;
+	size_t numberOfConstraintGraphs() const { return vConstraintGraphs.size(); }
+	Dt2* getDelaunayTriangulation() const { return pDt2; }
+	// A new ZL_BOUNDED zone of the same triangles, bounded by one new oriented
+	// graph along this zone's border; null for an empty zone.
+	Zone2* convertToBoundedZone();
+	// Prints the triangle count, the interior angle histogram and the
+	// dihedral angle histogram of the zone.
+	void statistics(const char* statName) const;
+	// Prints the histogram of the angles between the normals of neighbouring
+	// zone triangles (0 degrees: coplanar).
+	void analyzeAngles(const char* name) const;
+	// Draws the zone's triangles (filled) and its bounding graphs; with
+	// bShowFull the other triangles too.
+	void show(const char* postscriptFilename, bool bShowFull = true) const;
+	void show(Visualizer2* pVisualizer, bool bShowFull = true) const;
+	// Progress of long evaluations ("ZoneProgress") to MSG_PROGRESS listeners.
+	void subscribe(MsgType msgType, MsgBase* pListener);
+	void unsubscribe(MsgType msgType, MsgBase* pListener);
+
+	// ---- Internal: zones are made and destroyed by Dt2 ----
+	// ZL_GLOBAL and the result locations.
+	Zone2(Dt2* pDt2_, ZoneLocation zoneLoc_);
+	// ZL_INSIDE, ZL_OUTSIDE, ZL_BOUNDED bounded by one oriented graph.
+	Zone2(Dt2* pDt2_, ConstraintGraph2* pConstraintGraph, ZoneLocation zoneLoc_);
+	// ZL_INSIDE, ZL_OUTSIDE bounded by several oriented graphs.
+	Zone2(Dt2* pDt2_, const std::vector<ConstraintGraph2*>& vConstraintGraphs_, ZoneLocation zoneLoc_);
+	// ZL_GROW from the seed points, the graphs' edges being the barriers.
+	Zone2(Dt2* pDt2_, const std::vector<ConstraintGraph2*>& vConstraintGraphs_, const std::vector<Point2>& vStartPoints_);
+	~Zone2();
+	Zone2(const Zone2&) = delete;
+	Zone2& operator=(const Zone2&) = delete;
+	// Result zones: the operands, first then second.
+	void addInputZone(Zone2* pInputZone);
+	// Operands of a result zone (empty otherwise).
+	void getInputZones(std::vector<Zone2*>& vInputZonesOut) const;
+
+private:
+	struct FloodFill;
+	// Seeds of ZL_INSIDE/ZL_BOUNDED (bInside) or ZL_OUTSIDE: the triangles
+	// beside the directed ring edges of the bounding graphs.
+	void initWorkspace(bool bInside, std::vector<Triangle2*>& vSeeds) const;
+	void bfsFromWorkspace(std::vector<Triangle2*>& vSeeds, std::vector<Triangle2*>& vTrianglesOut) const;
+	void growZoneArea(std::vector<Triangle2*>& vTrianglesOut) const;
+	void getTriangles_RESULT(std::vector<Triangle2*>& vTrianglesOut) const;
+	void collectBarriers(FloodFill& fill) const;
+
+	Dt2* pDt2;
+	ZoneLocation zoneLoc;
+	std::vector<ConstraintGraph2*> vConstraintGraphs;
+	std::vector<Point2> vStartPoints;
+	std::vector<Zone2*> vInputZones;
+	std::multimap<MsgType, MsgBase*> mListeners;
+};
+
+// A user's test for peelOffIf: true means the triangle is to be removed.
+class MIREL_API UserPredicateT
+{
+public:
+	virtual ~UserPredicateT();
+	virtual bool operator()(const Triangle2* pT) = 0;
+};
+
+// Set operations. The result zone remembers its two operands and evaluates
+// the operation on each query, so it follows later changes of the mesh. Null
+// when the operands belong to different triangulations or the triangulation
+// has no triangle yet.
+MIREL_API Zone2* zoneUnion(Zone2* pZone0, Zone2* pZone1);
+MIREL_API Zone2* zoneIntersection(Zone2* pZone0, Zone2* pZone1);
+// The triangles of pZone0 that are not in pZone1.
+MIREL_API Zone2* zoneDifference(Zone2* pZone0, Zone2* pZone1);
+MIREL_API Zone2* zoneSymmetricDifference(Zone2* pZone0, Zone2* pZone1);
+
+// Removes border triangles of pZone for which the predicate is true, layer by
+// layer: a triangle is asked only while it lies on the border, so interior
+// triangles are examined once their surroundings are gone. Returns a new zone
+// of the remaining triangles, or null when none remains.
+MIREL_API Zone2* peelOffIf(Zone2* pZone, UserPredicateT* pPredicate, bool bVerbose = false);
+
+} // namespace MIREL25D
