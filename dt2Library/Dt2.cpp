@@ -1,4 +1,5 @@
 #include "Dt2.h"
+#include "InserterMT.h"
 #include "tools.h"
 #include "Circle2.h"
 #include "Visualizer2.h"
@@ -7,6 +8,7 @@
 #include <cstdlib>
 #include <iomanip>
 #include <iostream>
+#include <memory>
 #include <set>
 #include <sstream>
 #include <thread>
@@ -185,8 +187,45 @@ void Dt2::growBox(AddFunc addPoints)
 }
 
 template<class XYFunc, class FillFunc>
+void Dt2::makeBatchVerticesMT(size_t n, XYFunc getXY, FillFunc fillVertex, Point2** handles)
+{
+	std::unique_ptr<uint64_t[]> aPairs(new uint64_t[2 * n]);
+	uint64_t* pPairs(aPairs.get());
+	InserterMT::parallelFor(numCPU, n, [&](size_t b, size_t e) {
+		for(size_t i = b; i < e; ++i)
+		{
+			double x(0.0), y(0.0);
+			getXY(i, x, y);
+			pPairs[i] = (uint64_t(hilbertGrid.getKey(x, y)) << 32) | uint64_t(i);
+		}
+	});
+	InserterMT::sortKeyIndexPairsMT(numCPU, pPairs, pPairs + n, n);
+	// Only pointers are handed out here; the threads below initialise the
+	// records and vertices, which also spreads the first touch of their memory.
+	IdxVtxAct** aRecords(vertexVault.appendRecords(n));
+	std::unique_ptr<Point2*[]> aVertices(new Point2*[n]);
+	for(size_t k = 0; k < n; ++k) aVertices[k] = vertexPool.allocRaw();
+	InserterMT::parallelFor(numCPU, n, [&](size_t b, size_t e) {
+		for(size_t k = b; k < e; ++k)
+		{
+			size_t i(pPairs[k] & 0xffffffffu);
+			Point2* pVtx(new(aVertices[k]) Point2());
+			fillVertex(i, pVtx);
+			if(handles != nullptr) handles[i] = pVtx;
+			IdxVtxAct* pRec(aRecords[k]);
+			pRec->key = uint32_t(pPairs[k] >> 32);
+			pRec->active = 1;
+			pRec->pVtx = pVtx;
+		}
+	});
+}
+
+template<class XYFunc, class FillFunc>
 void Dt2::insertBatch(size_t n, XYFunc getXY, FillFunc fillVertex, Point2** handles)
 {
+	bool bParallel(numCPU > 1 && n >= 1000 && !bConstraintsExist);
+	if(bParallel) makeBatchVerticesMT(n, getXY, fillVertex, handles);
+	else
 	{
 		// The vertices are made in key order: points that are close on the curve
 		// are then close in memory, which keeps the walk and the flips in cache.
@@ -210,7 +249,8 @@ void Dt2::insertBatch(size_t n, XYFunc getXY, FillFunc fillVertex, Point2** hand
 	}
 	progress.advance(0.1 * double(n));
 
-	if(vertexVault.isFullDimensional())
+	if(bParallel) InserterMT::insertBatch(*this);
+	else if(vertexVault.isFullDimensional())
 	{
 		// The batch is sorted at the end of the store; start triangles for the
 		// walk come from the older, merged part until the batch is merged too.

@@ -23,6 +23,10 @@ namespace MIREL25D {
 // and the bounding box; heights are carried and never decide anything.
 class MIREL_API Dt2
 {
+	// The parallel insertion works on the pools, the vault and the flip code.
+	friend class InserterMT;
+	friend class Chunk;
+
 public:
 	explicit Dt2(unsigned numExpectedVertices);
 	~Dt2();
@@ -89,6 +93,10 @@ private:
 	// neighbours are memory neighbours) and inserts them.
 	template<class XYFunc, class FillFunc>
 	void insertBatch(size_t n, XYFunc getXY, FillFunc fillVertex, Point2** handles);
+	// The same for a batch that goes to the parallel inserter: keys, sort and
+	// vertices on numCPU threads.
+	template<class XYFunc, class FillFunc>
+	void makeBatchVerticesMT(size_t n, XYFunc getXY, FillFunc fillVertex, Point2** handles);
 	void triangulateRec(IdxVtxAct** first, IdxVtxAct** last, Triangle2* pStartT);
 	Triangle2* insertSequentially(IdxVtxAct** first, IdxVtxAct** last, Triangle2* pStartT);
 	// Inserts the record's vertex unless it is inactive or already in the mesh.

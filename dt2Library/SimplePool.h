@@ -1,6 +1,7 @@
 #pragma once
 #include <cstddef>
 #include <new>
+#include <type_traits>
 #include <vector>
 
 namespace MIREL25D {
@@ -16,6 +17,9 @@ void reportPoolOutOfMemory();
 template<class T>
 class SimplePool
 {
+	// Blocks are raw memory; objects are never destroyed one by one.
+	static_assert(std::is_trivially_destructible<T>::value, "pooled objects are released with their block");
+
 public:
 	SimplePool() : blockSize(0), numUsedInLastBlock(0) {}
 	~SimplePool() { clear(); }
@@ -39,6 +43,15 @@ public:
 	// An object from the free list, else the next unused one of the last block.
 	// Null (after a message) when no memory can be had.
 	T* alloc()
+	{
+		T* p(allocRaw());
+		return p == nullptr ? nullptr : new(p) T();
+	}
+	// The same without constructing a fresh object: the caller sets every
+	// field before the object is read. A fresh block is only touched by the
+	// thread that initialises its objects, so bulk allocations can be
+	// initialised (and their memory faulted in) by several threads.
+	T* allocRaw()
 	{
 		if(!vFree.empty())
 		{
@@ -71,7 +84,7 @@ public:
 
 	void clear()
 	{
-		for(T* pBlock : vBlocks) delete[] pBlock;
+		for(T* pBlock : vBlocks) ::operator delete[](static_cast<void*>(pBlock));
 		vBlocks.clear();
 		vFree.clear();
 		numUsedInLastBlock = 0;
@@ -85,7 +98,7 @@ private:
 		try
 		{
 			vBlocks.reserve(vBlocks.size() + 1);
-			pBlock = new(std::nothrow) T[blockSize];
+			pBlock = static_cast<T*>(::operator new[](blockSize * sizeof(T), std::nothrow));
 		}
 		catch(const std::bad_alloc&)
 		{

@@ -29,6 +29,15 @@ void VertexVault::reserveBatch(size_t n)
 	vIdxVtxAct.reserve(vIdxVtxAct.size() + n);
 }
 
+IdxVtxAct** VertexVault::appendRecords(size_t n)
+{
+	size_t oldSize(vIdxVtxAct.size());
+	vIdxVtxAct.resize(oldSize + n);
+	for(size_t k = 0; k < n; ++k) vIdxVtxAct[oldSize + k] = idxPool.allocRaw();
+	numActive += n;
+	return n == 0 ? nullptr : &vIdxVtxAct[oldSize];
+}
+
 void VertexVault::mergeBatch()
 {
 	if(numSorted > 0 && numSorted < vIdxVtxAct.size())
@@ -299,6 +308,68 @@ void VertexVault::getActiveVertices(std::vector<Point2*>& vVertices) const
 	for(const IdxVtxAct* pRec : vIdxVtxAct)
 	{
 		if(pRec->active) vVertices.push_back(pRec->pVtx);
+	}
+}
+
+// ======================================================================
+// Fake box
+// ======================================================================
+
+void VertexVault::setFakeBox(Point2* a, Point2* b, Point2* c, Point2* d)
+{
+	vFakeBoxHandles.assign({a, b, c, d});
+}
+
+Point2* VertexVault::getFakeBoxCorner(size_t i) const
+{
+	MIREL_ASSERT(vFakeBoxHandles.size()>i);
+	return vFakeBoxHandles[i];
+}
+
+void VertexVault::removeFakeBox(std::vector<Point2*>& vCorners)
+{
+	MIREL_ASSERT(vFakeBoxHandles.size()==4);
+	vCorners.swap(vFakeBoxHandles);
+	vFakeBoxHandles.clear();
+}
+
+// Points at one place share their key, and the batch keeps input order among
+// equal keys, so the position within the run of a key gives the input order.
+void VertexVault::adoptFirstCopyData()
+{
+	if(mRedundant2UniqueVtx.empty()) return;
+	auto batchBegin(vIdxVtxAct.begin() + long(numSorted));
+	auto batchEnd(vIdxVtxAct.end());
+	auto positionInBatch = [&](Point2* pVtx) -> size_t {
+		IdxVtxAct probe{pGrid->getKey(pVtx->x(), pVtx->y()), 0, nullptr};
+		auto it(std::lower_bound(batchBegin, batchEnd, &probe, keyLess));
+		for(; it != batchEnd && (*it)->key == probe.key; ++it)
+		{
+			if((*it)->pVtx == pVtx) return size_t(it - batchBegin);
+		}
+		return size_t(-1);
+	};
+	std::map<Point2*, std::pair<size_t, Point2*>> mFirstCopy; // kept vertex -> earliest copy
+	for(const auto& entry : mRedundant2UniqueVtx)
+	{
+		size_t posDup(positionInBatch(entry.first));
+		if(posDup == size_t(-1)) continue;
+		auto it(mFirstCopy.find(entry.second));
+		if(it == mFirstCopy.end())
+		{
+			size_t posKept(positionInBatch(entry.second));
+			if(posKept == size_t(-1)) continue; // kept from an earlier insertion
+			it = mFirstCopy.insert(std::make_pair(entry.second, std::make_pair(posKept, entry.second))).first;
+		}
+		if(posDup < it->second.first) it->second = std::make_pair(posDup, entry.first);
+	}
+	for(const auto& entry : mFirstCopy)
+	{
+		Point2* pKept(entry.first);
+		const Point2* pFirst(entry.second.second);
+		if(pFirst == pKept) continue;
+		pKept->setZ(pFirst->z());
+		pKept->setCustomIndex(pFirst->getCustomIndex());
 	}
 }
 

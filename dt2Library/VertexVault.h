@@ -45,6 +45,9 @@ public:
 		vIdxVtxAct.push_back(pRec);
 		++numActive;
 	}
+	// n new records at the end (the batch), returned for the caller to set
+	// completely (key, active, vertex) in key order; they count as active.
+	IdxVtxAct** appendRecords(size_t n);
 	// Stable sort of n values (key << 32 | position) by key; aBuffer is scratch
 	// space for n values.
 	static void sortKeyIndexPairs(uint64_t* aPairs, uint64_t* aBuffer, size_t n);
@@ -89,6 +92,17 @@ public:
 	const IdxVtxAct* getRecord(size_t i) const { return vIdxVtxAct[i]; }
 	void getActiveVertices(std::vector<Point2*>& vVertices) const;
 
+	// Fake box: four corners around a batch that is inserted in parallel.
+	void setFakeBox(Point2* a, Point2* b, Point2* c, Point2* d);
+	Point2* getFakeBoxCorner(size_t i) const;
+	bool hasFakeBox() const { return !vFakeBoxHandles.empty(); }
+	// Hands the four corners out for removal from the mesh and forgets them.
+	void removeFakeBox(std::vector<Point2*>& vCorners);
+	// Before the batch is merged: where a duplicate and the vertex it resolves
+	// to both belong to the batch, the kept vertex takes the height and custom
+	// index of the copy given first (parallel insertion may keep a later one).
+	void adoptFirstCopyData();
+
 	bool isFullDimensional() const { return bFullDimensional; }
 	void setFullDimensional() { bFullDimensional = true; }
 	// After a removal left no triangle (the remaining points are collinear).
@@ -106,6 +120,7 @@ private:
 	size_t numSorted; // records [0, numSorted) are merged and sorted by key
 	size_t numActive;
 	std::map<Point2*, Point2*> mRedundant2UniqueVtx;
+	std::vector<Point2*> vFakeBoxHandles;
 	bool bFullDimensional;
 };
 

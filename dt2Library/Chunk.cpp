@@ -1,0 +1,334 @@
+#include "Chunk.h"
+#include "Dt2.h"
+#include "GeomTest.h"
+#include "Triangle2.h"
+#include "tools.h"
+#include <algorithm>
+#include <cmath>
+#include <cstdlib>
+#include <iostream>
+
+namespace MIREL25D {
+
+Chunk::Chunk(Dt2* pDt_, GeomTest* pGeomTest_, size_t chunkIndex_, std::vector<Point2*>* pvDenseVtx_, size_t first_, size_t last_)
+	: state(0), pDt(pDt_), pGeomTest(pGeomTest_), chunkIndex(chunkIndex_), pvDenseVtx(pvDenseVtx_), first(first_), last(last_), minX(0.0), minY(0.0),
+	  maxX(0.0), maxY(0.0), aStartVtx{nullptr, nullptr, nullptr}, pLastT(nullptr)
+{
+	// The exact stages must cover the chunk's coordinates before any worker
+	// runs (the batch's box normally did that already).
+	double maxAbs(0.0);
+	for(size_t i = first; i < last; ++i) maxAbs = std::max(maxAbs, (*pvDenseVtx)[i]->getMaxAbs());
+	if(maxAbs > pGeomTest->getMaxCoord()) pGeomTest->setStaticBound_MT(maxAbs);
+	vLocalCheckT.reserve(32);
+	vCavityT.reserve(32);
+}
+
+// ======================================================================
+// Extended box
+// ======================================================================
+
+bool Chunk::isInBox(const Triangle2* pT) const
+{
+	return isInBox(pT->getCorner(0)) && isInBox(pT->getCorner(1)) && isInBox(pT->getCorner(2));
+}
+
+void Chunk::growByCircumcircle(const Triangle2* pT, const char* accuracyMessage)
+{
+	std::pair<Point2, bool> dual(pT->getDual());
+	if(!dual.second) std::cout << accuracyMessage << std::endl;
+	const Point2& centre(dual.first);
+	// The largest corner distance covers the circle even where the centre is a
+	// little off; the corners themselves are added as well.
+	double radius(0.0);
+	for(int i = 0; i < 3; ++i)
+	{
+		const Point2* c(pT->getCorner(i));
+		double dx(c->x() - centre.x()), dy(c->y() - centre.y());
+		double r(std::sqrt(dx * dx + dy * dy));
+		if(r > radius) radius = r;
+		extBox.add(*c);
+	}
+	if(!(radius < 1e300)) return; // a flat triangle: its corners must do
+	extBox.add(Point2(centre.x() - radius, centre.y() - radius, 0.0));
+	extBox.add(Point2(centre.x() + radius, centre.y() + radius, 0.0));
+}
+
+/*
+ * Inserting v changes the triangles whose circumcircle contains v. In the
+ * coarse mesh these are the triangle holding v and those around it; their
+ * circumcircles, and those of their neighbours, cover the region in which the
+ * later, finer mesh can change for v in all but rare cases (see the class
+ * comment for what happens then). The box is clipped to the fake box, outside
+ * of which no triangle exists.
+ */
+void Chunk::determineExtBox(Triangle2* pStartT, const Bbox2& clipBox)
+{
+	MIREL_ASSERT(pStartT!=0);
+	extBox = Bbox2();
+	std::vector<Triangle2*> vConcernedT;
+	Triangle2* pT(pStartT);
+	Triangle2* pLastT_(nullptr);
+	// Every few vertices suffice: successive vertices are neighbours on the
+	// curve and mostly share their coarse triangle; the last one is included.
+	const size_t sampleStep(4);
+	for(size_t i = first; i < last; i = (i + sampleStep < last || i + 1 == last) ? i + sampleStep : last - 1)
+	{
+		int e(-1);
+		int r(pDt->locateConflictTriangle((*pvDenseVtx)[i], pT, e));
+		(void)r;
+		if(pT != pLastT_)
+		{
+			vConcernedT.push_back(pT);
+			if(e >= 0 && pT->getOppositeTriangle(e) != nullptr) vConcernedT.push_back(pT->getOppositeTriangle(e));
+			pLastT_ = pT;
+		}
+	}
+	MIREL_ASSERT(pLastT_!=0);
+	for(int k = 0; k < 3; ++k) aStartVtx[k] = vConcernedT[0]->getCorner(k);
+
+	// Repeated triangles are common (a coarse triangle holds many vertices).
+	std::sort(vConcernedT.begin(), vConcernedT.end());
+	vConcernedT.erase(std::unique(vConcernedT.begin(), vConcernedT.end()), vConcernedT.end());
+	for(Triangle2* pConcernedT : vConcernedT) growByCircumcircle(pConcernedT, "bad accuracy1, todo");
+	size_t numFirstPass(vConcernedT.size());
+	for(size_t k = 0; k < numFirstPass; ++k)
+	{
+		for(int i = 0; i < 3; ++i)
+		{
+			Triangle2* pNeigT(vConcernedT[k]->getOppositeTriangle(i));
+			if(pNeigT != nullptr) growByCircumcircle(pNeigT, "bad accuracy2, todo");
+		}
+	}
+
+	minX = std::max(extBox.get_minX(), clipBox.get_minX());
+	minY = std::max(extBox.get_minY(), clipBox.get_minY());
+	maxX = std::min(extBox.get_maxX(), clipBox.get_maxX());
+	maxY = std::min(extBox.get_maxY(), clipBox.get_maxY());
+	extBox.setMinX(minX);
+	extBox.setMinY(minY);
+	extBox.setMaxX(maxX);
+	extBox.setMaxY(maxY);
+}
+
+// ======================================================================
+// Running
+// ======================================================================
+
+Triangle2* Chunk::findStartTriangle() const
+{
+	for(Point2* pVtx : aStartVtx)
+	{
+		if(pVtx == nullptr || !isInBox(pVtx)) continue;
+		Triangle2* pIncT(pVtx->getIncidentTriangle());
+		MIREL_ASSERT(pIncT!=NULL);
+		if(isInBox(pIncT)) return pIncT;
+	}
+	return nullptr;
+}
+
+void Chunk::run()
+{
+	Triangle2* pT(findStartTriangle());
+	for(size_t i = first; i < last; ++i)
+	{
+		Point2* v((*pvDenseVtx)[i]);
+		Triangle2* pNextT(pT == nullptr ? nullptr : localInsertVertex(v, pT));
+		if(pNextT == nullptr) vDeferred.push_back(v);
+		else pT = pNextT;
+	}
+	pLastT = pT;
+}
+
+Triangle2* Chunk::freshTriangle()
+{
+	Triangle2* pT(vFreshT.back());
+	vFreshT.pop_back();
+	return pT;
+}
+
+Triangle2* Chunk::localInsertVertex(Point2* v, Triangle2* pStartTriangle)
+{
+	MIREL_ASSERT(vLocalCheckT.empty());
+	Triangle2* pT(pStartTriangle);
+	int e(-1);
+	int r(locateInsideConflictT(v, pT, e));
+	if(r == 5) return nullptr;
+	if(r == 4)
+	{
+		for(int i = 0; i < 3; ++i)
+		{
+			if(*pT->getCorner(i) == *v)
+			{
+				vDuplicates.push_back(std::make_pair(v, pT->getCorner(i)));
+				break;
+			}
+		}
+		return pT;
+	}
+	if(!collectCavity(v, pT)) return nullptr;
+	if(e == -1) localSplit13(v, pT);
+	else localSplit24(v, pT, e);
+	return localTriangulateRec(v);
+}
+
+// The sequential visibility walk, except that it never steps into a triangle
+// outside the box. Inside the fake box no hull edge can be reached.
+int Chunk::locateInsideConflictT(const Point2* v, Triangle2*& pStartTriangle, int& e)
+{
+	MIREL_ASSERT(pStartTriangle!=0);
+	size_t numSteps(0);
+	int aOrder[3] = {0, 1, 2};
+	int numEdges(3);
+	e = -1;
+	for(int k = 0; k < numEdges; ++k)
+	{
+		int ith(aOrder[k]);
+		Orientation2 ori(pGeomTest->getOrientation2(pStartTriangle, ith, v));
+		if(ori == ORIENTATION2_CCW) continue;
+		if(ori == ORIENTATION2_COLLINEAR)
+		{
+			if(*pStartTriangle->getCorner(0) == *v || *pStartTriangle->getCorner(1) == *v || *pStartTriangle->getCorner(2) == *v) return 4;
+			MIREL_ASSERT(pStartTriangle->getOppositeTriangle(ith)!=0);
+			e = ith;
+			continue;
+		}
+		e = -1;
+		Triangle2* tmpTriangle(pStartTriangle->getOppositeTriangle(ith));
+		MIREL_ASSERT(tmpTriangle!=0);
+		if(!isInBox(tmpTriangle)) return 5;
+		int j(tmpTriangle->getIntraTriangleIndex(pStartTriangle));
+		pStartTriangle = tmpTriangle;
+		if(++numSteps > 1000)
+		{
+			int s(std::rand() % 3);
+			aOrder[0] = s;
+			aOrder[1] = nextIndex(s);
+			aOrder[2] = prevIndex(s);
+			numEdges = 3;
+		}
+		else
+		{
+			bool bCrossedFirst(k != 1);
+			aOrder[0] = bCrossedFirst ? nextIndex(j) : prevIndex(j);
+			aOrder[1] = bCrossedFirst ? prevIndex(j) : nextIndex(j);
+			numEdges = 2;
+		}
+		k = -1;
+	}
+	return -1;
+}
+
+bool Chunk::conflicts(const Point2* v, const Triangle2* pT) const
+{
+	return pDt->isInCircleForFlip(v, pT);
+}
+
+bool Chunk::isInCavity(const Triangle2* pT) const
+{
+	for(const Triangle2* pCavT : vCavityT)
+	{
+		if(pCavT == pT) return true;
+	}
+	return false;
+}
+
+// Depth-first over the conflict region from the triangle holding v (which
+// conflicts: v is inside it or on its edge). A neighbour outside the box is
+// read (its corners for the in-circle test) but never entered.
+bool Chunk::collectCavity(const Point2* v, Triangle2* pT)
+{
+	vCavityT.clear();
+	vCavityT.push_back(pT);
+	for(size_t k = 0; k < vCavityT.size(); ++k)
+	{
+		Triangle2* pCavT(vCavityT[k]);
+		for(int i = 0; i < 3; ++i)
+		{
+			Triangle2* pNeigT(pCavT->getOppositeTriangle(i));
+			if(pNeigT == nullptr || isInCavity(pNeigT)) continue;
+			if(!conflicts(v, pNeigT)) continue;
+			if(!isInBox(pNeigT))
+			{
+				vCavityT.clear();
+				return false;
+			}
+			vCavityT.push_back(pNeigT);
+		}
+	}
+	return true;
+}
+
+void Chunk::localSplit13(Point2* v, Triangle2* t)
+{
+	Point2* c0(t->getCorner(0));
+	Point2* c1(t->getCorner(1));
+	Point2* c2(t->getCorner(2));
+	Triangle2* t0(t->getOppositeTriangle(0));
+	Triangle2* t1(t->getOppositeTriangle(1));
+	Triangle2* t2(t->getOppositeTriangle(2));
+	Triangle2* pA(freshTriangle());
+	Triangle2* pB(freshTriangle());
+	t->setPropertiesAndOppT(v, c0, c1, t2, pA, pB);
+	pA->setPropertiesAndOppT(v, c1, c2, t0, pB, t);
+	pB->setPropertiesAndOppT(v, c2, c0, t1, t, pA);
+	if(t0 != nullptr) t0->setOppTriangle(t0->getIntraTriangleIndex(t), pA);
+	if(t1 != nullptr) t1->setOppTriangle(t1->getIntraTriangleIndex(t), pB);
+	vLocalCheckT.push_back(t);
+	vLocalCheckT.push_back(pA);
+	vLocalCheckT.push_back(pB);
+}
+
+// v on edge e of t: t and its neighbour u become four triangles around v, as
+// in the sequential 2-to-4 split.
+void Chunk::localSplit24(Point2* v, Triangle2* t, int e)
+{
+	Triangle2* u(t->getOppositeTriangle(e));
+	MIREL_ASSERT(u!=0);
+	Point2* ce(t->getCorner(e));
+	Point2* ce1(t->getCorner(nextIndex(e)));
+	Point2* ce2(t->getCorner(prevIndex(e)));
+	int j(u->getIntraTriangleIndex(t));
+	Point2* d(u->getCorner(j));
+	Triangle2* pOutT1(t->getOppositeTriangle(nextIndex(e))); // edge ce2 -> ce
+	Triangle2* pOutT2(t->getOppositeTriangle(prevIndex(e))); // edge ce -> ce1
+	Triangle2* pOutU1(u->getOppositeTriangle(nextIndex(j))); // edge ce1 -> d
+	Triangle2* pOutU2(u->getOppositeTriangle(prevIndex(j))); // edge d -> ce2
+	Triangle2* pT4(freshTriangle());
+	Triangle2* pT1(freshTriangle());
+	t->setPropertiesAndOppT(v, ce, ce1, pOutT2, u, pT1);
+	u->setPropertiesAndOppT(v, ce1, d, pOutU1, pT4, t);
+	pT4->setPropertiesAndOppT(v, d, ce2, pOutU2, pT1, u);
+	pT1->setPropertiesAndOppT(v, ce2, ce, pOutT1, t, pT4);
+	if(pOutT1 != nullptr) pOutT1->setOppTriangle(pOutT1->getIntraTriangleIndex(t), pT1);
+	if(pOutU2 != nullptr) pOutU2->setOppTriangle(pOutU2->getIntraTriangleIndex(u), pT4);
+	vLocalCheckT.push_back(t);
+	vLocalCheckT.push_back(u);
+	vLocalCheckT.push_back(pT4);
+	vLocalCheckT.push_back(pT1);
+}
+
+// The neighbour across edge 0 of a triangle around v is a triangle of the mesh
+// before v came (every modified triangle has v as a corner), so "v inside its
+// circumcircle" is exactly "it belongs to the cavity".
+Triangle2* Chunk::localTriangulateRec(Point2* v)
+{
+	Triangle2* pLastHandledT(nullptr);
+	while(!vLocalCheckT.empty())
+	{
+		Triangle2* a(vLocalCheckT.back());
+		Triangle2* b(a->getOppositeTriangle(0));
+		if(b != nullptr && !b->hasVertex(v) && isInCavity(b))
+		{
+			pDt->flipEdge(a, 0);
+			vLocalCheckT.push_back(b);
+		}
+		else
+		{
+			pLastHandledT = a;
+			vLocalCheckT.pop_back();
+		}
+	}
+	return pLastHandledT;
+}
+
+} // namespace MIREL25D
