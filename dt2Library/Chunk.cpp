@@ -12,7 +12,7 @@ namespace MIREL25D {
 
 Chunk::Chunk(Dt2* pDt_, GeomTest* pGeomTest_, size_t chunkIndex_, std::vector<Point2*>* pvDenseVtx_, size_t first_, size_t last_)
 	: state(0), pDt(pDt_), pGeomTest(pGeomTest_), chunkIndex(chunkIndex_), pvDenseVtx(pvDenseVtx_), first(first_), last(last_), minX(0.0), minY(0.0),
-	  maxX(0.0), maxY(0.0), aStartVtx{nullptr, nullptr, nullptr}, pLastT(nullptr)
+	  maxX(0.0), maxY(0.0), aStartVtx{nullptr, nullptr, nullptr}, numFreshUsed(0), pLastT(nullptr)
 {
 	// The exact stages must cover the chunk's coordinates before any worker
 	// runs (the batch's box normally did that already).
@@ -20,7 +20,7 @@ Chunk::Chunk(Dt2* pDt_, GeomTest* pGeomTest_, size_t chunkIndex_, std::vector<Po
 	for(size_t i = first; i < last; ++i) maxAbs = std::max(maxAbs, (*pvDenseVtx)[i]->getMaxAbs());
 	if(maxAbs > pGeomTest->getMaxCoord()) pGeomTest->setStaticBound_MT(maxAbs);
 	vLocalCheckT.reserve(32);
-	vCavityT.reserve(32);
+	vFlippedT.reserve(32);
 }
 
 // ======================================================================
@@ -129,21 +129,47 @@ Triangle2* Chunk::findStartTriangle() const
 void Chunk::run()
 {
 	Triangle2* pT(findStartTriangle());
-	for(size_t i = first; i < last; ++i)
+	if(pT == nullptr)
 	{
-		Point2* v((*pvDenseVtx)[i]);
-		Triangle2* pNextT(pT == nullptr ? nullptr : localInsertVertex(v, pT));
-		if(pNextT == nullptr) vDeferred.push_back(v);
-		else pT = pNextT;
+		for(size_t i = first; i < last; ++i) vDeferred.push_back((*pvDenseVtx)[i]);
+		return;
 	}
-	pLastT = pT;
+	pLastT = localTriangulateRec(first, last, pT);
 }
 
+// Middle first, then the left half from the middle's triangle, then the right
+// half: successive insertions stay close and the mesh is refined evenly, which
+// keeps conflict regions small (plain curve order would build long fans).
+Triangle2* Chunk::localTriangulateRec(size_t lo, size_t hi, Triangle2* pStartTriangle)
+{
+	while(hi - lo >= 16)
+	{
+		size_t mid(lo + (hi - lo) / 2);
+		Point2* v((*pvDenseVtx)[mid]);
+		Triangle2* pLeftStartT(insertOrDefer(v, pStartTriangle));
+		Triangle2* pRightStartT(localTriangulateRec(lo, mid, pLeftStartT));
+		// The middle's own triangle is nearer to the right half, but only if the
+		// middle went in here; otherwise the left half's last triangle serves.
+		Triangle2* pIncT(v->getIncidentTriangle());
+		pStartTriangle = (pIncT != nullptr && isInBox(pIncT)) ? pIncT : pRightStartT;
+		lo = mid + 1;
+	}
+	for(; lo < hi; ++lo) pStartTriangle = insertOrDefer((*pvDenseVtx)[lo], pStartTriangle);
+	return pStartTriangle;
+}
+
+Triangle2* Chunk::insertOrDefer(Point2* v, Triangle2* pStartTriangle)
+{
+	Triangle2* pT(localInsertVertex(v, pStartTriangle));
+	if(pT != nullptr) return pT;
+	vDeferred.push_back(v);
+	return pStartTriangle;
+}
+
+// In pool order, so that the triangles of successive insertions are neighbours in memory.
 Triangle2* Chunk::freshTriangle()
 {
-	Triangle2* pT(vFreshT.back());
-	vFreshT.pop_back();
-	return pT;
+	return vFreshT[numFreshUsed++];
 }
 
 Triangle2* Chunk::localInsertVertex(Point2* v, Triangle2* pStartTriangle)
@@ -165,10 +191,26 @@ Triangle2* Chunk::localInsertVertex(Point2* v, Triangle2* pStartTriangle)
 		}
 		return pT;
 	}
-	if(!collectCavity(v, pT)) return nullptr;
-	if(e == -1) localSplit13(v, pT);
-	else localSplit24(v, pT, e);
-	return localTriangulateRec(v);
+	if(e == -1)
+	{
+		localSplit13(v, pT);
+		vSplitT.assign({pT});
+	}
+	else
+	{
+		// The neighbour across the edge changes too: it must be in the box.
+		Triangle2* u(pT->getOppositeTriangle(e));
+		if(!isInBox(u->getCorner(u->getIntraTriangleIndex(pT)))) return nullptr;
+		localSplit24(v, pT, e);
+		vSplitT.assign({pT, u});
+	}
+	Triangle2* pLastHandledT(localLegalize(v));
+	if(pLastHandledT != nullptr) return pLastHandledT;
+	// A flip would leave the box: back to the mesh before v.
+	undoFlips();
+	if(vSplitT.size() == 1) undoSplit13(v, vSplitT[0]);
+	else undoSplit24(v, vSplitT[0], vSplitT[1]);
+	return nullptr;
 }
 
 // The sequential visibility walk, except that it never steps into a triangle
@@ -195,8 +237,9 @@ int Chunk::locateInsideConflictT(const Point2* v, Triangle2*& pStartTriangle, in
 		e = -1;
 		Triangle2* tmpTriangle(pStartTriangle->getOppositeTriangle(ith));
 		MIREL_ASSERT(tmpTriangle!=0);
-		if(!isInBox(tmpTriangle)) return 5;
+		// Two corners are shared with the current triangle, which is in the box.
 		int j(tmpTriangle->getIntraTriangleIndex(pStartTriangle));
+		if(!isInBox(tmpTriangle->getCorner(j))) return 5;
 		pStartTriangle = tmpTriangle;
 		if(++numSteps > 1000)
 		{
@@ -220,42 +263,8 @@ int Chunk::locateInsideConflictT(const Point2* v, Triangle2*& pStartTriangle, in
 
 bool Chunk::conflicts(const Point2* v, const Triangle2* pT) const
 {
-	return pDt->isInCircleForFlip(v, pT);
-}
-
-bool Chunk::isInCavity(const Triangle2* pT) const
-{
-	for(const Triangle2* pCavT : vCavityT)
-	{
-		if(pCavT == pT) return true;
-	}
-	return false;
-}
-
-// Depth-first over the conflict region from the triangle holding v (which
-// conflicts: v is inside it or on its edge). A neighbour outside the box is
-// read (its corners for the in-circle test) but never entered.
-bool Chunk::collectCavity(const Point2* v, Triangle2* pT)
-{
-	vCavityT.clear();
-	vCavityT.push_back(pT);
-	for(size_t k = 0; k < vCavityT.size(); ++k)
-	{
-		Triangle2* pCavT(vCavityT[k]);
-		for(int i = 0; i < 3; ++i)
-		{
-			Triangle2* pNeigT(pCavT->getOppositeTriangle(i));
-			if(pNeigT == nullptr || isInCavity(pNeigT)) continue;
-			if(!conflicts(v, pNeigT)) continue;
-			if(!isInBox(pNeigT))
-			{
-				vCavityT.clear();
-				return false;
-			}
-			vCavityT.push_back(pNeigT);
-		}
-	}
-	return true;
+	if(pDt->isFastMode()) return pDt->isInCircleForFlip(v, pT);
+	return pGeomTest->circleInc3state(pT, v) == CINC2_INCIRCLE;
 }
 
 void Chunk::localSplit13(Point2* v, Triangle2* t)
@@ -307,19 +316,26 @@ void Chunk::localSplit24(Point2* v, Triangle2* t, int e)
 	vLocalCheckT.push_back(pT1);
 }
 
-// The neighbour across edge 0 of a triangle around v is a triangle of the mesh
-// before v came (every modified triangle has v as a corner), so "v inside its
-// circumcircle" is exactly "it belongs to the cavity".
-Triangle2* Chunk::localTriangulateRec(Point2* v)
+// The sequential legalisation, except that a flip whose far corner lies
+// outside the box is not made: then null, and vFlippedT lists the flips made
+// so far (each triangle a of flipEdge(a, 0), in order) for undoFlips.
+Triangle2* Chunk::localLegalize(Point2* v)
 {
+	vFlippedT.clear();
 	Triangle2* pLastHandledT(nullptr);
 	while(!vLocalCheckT.empty())
 	{
 		Triangle2* a(vLocalCheckT.back());
 		Triangle2* b(a->getOppositeTriangle(0));
-		if(b != nullptr && !b->hasVertex(v) && isInCavity(b))
+		if(b != nullptr && conflicts(v, b))
 		{
+			if(!isInBox(b->getCorner(b->getIntraTriangleIndex(a))))
+			{
+				vLocalCheckT.clear();
+				return nullptr;
+			}
 			pDt->flipEdge(a, 0);
+			vFlippedT.push_back(a);
 			vLocalCheckT.push_back(b);
 		}
 		else
@@ -329,6 +345,84 @@ Triangle2* Chunk::localTriangulateRec(Point2* v)
 		}
 	}
 	return pLastHandledT;
+}
+
+/*
+ * The inverse of flipEdge(a, 0), newest flip first. After that flip
+ *   a = (v, c1, d) with neighbours (nBF, b, nA2),
+ *   b = (v, d, c2) with neighbours (nBP, nA1, a);
+ * before it a = (v, c1, c2) with neighbours (b, nA1, nA2) and b = (d, c2, c1)
+ * with neighbours (a, nBF, nBP). Incident triangles set by the flip still hold
+ * their vertex afterwards, so they stay valid.
+ */
+void Chunk::undoFlips()
+{
+	for(size_t k = vFlippedT.size(); k > 0; --k)
+	{
+		Triangle2* a(vFlippedT[k - 1]);
+		Triangle2* b(a->getOppositeTriangle(1));
+		Point2* v(a->getCorner(0));
+		Point2* c1(a->getCorner(1));
+		Point2* d(a->getCorner(2));
+		Point2* c2(b->getCorner(2));
+		Triangle2* nBF(a->getOppositeTriangle(0));
+		Triangle2* nA2(a->getOppositeTriangle(2));
+		Triangle2* nBP(b->getOppositeTriangle(0));
+		Triangle2* nA1(b->getOppositeTriangle(1));
+		a->setVertexPointer(0, v);
+		a->setVertexPointer(1, c1);
+		a->setVertexPointer(2, c2);
+		a->setOppTriangle(0, b);
+		a->setOppTriangle(1, nA1);
+		a->setOppTriangle(2, nA2);
+		b->setVertexPointer(0, d);
+		b->setVertexPointer(1, c2);
+		b->setVertexPointer(2, c1);
+		b->setOppTriangle(0, a);
+		b->setOppTriangle(1, nBF);
+		b->setOppTriangle(2, nBP);
+		if(nBF != nullptr) nBF->setOppTriangle(nBF->getIntraTriangleIndex(a), b);
+		if(nA1 != nullptr) nA1->setOppTriangle(nA1->getIntraTriangleIndex(b), a);
+	}
+	vFlippedT.clear();
+}
+
+// t = (v, c0, c1), pA = (v, c1, c2), pB = (v, c2, c0) back to (c0, c1, c2);
+// pA and pB were the last fresh triangles taken.
+void Chunk::undoSplit13(Point2* v, Triangle2* t)
+{
+	Triangle2* pA(t->getOppositeTriangle(1));
+	Triangle2* pB(t->getOppositeTriangle(2));
+	Triangle2* t0(pA->getOppositeTriangle(0));
+	Triangle2* t1(pB->getOppositeTriangle(0));
+	Triangle2* t2(t->getOppositeTriangle(0));
+	t->setPropertiesAndOppT(t->getCorner(1), t->getCorner(2), pA->getCorner(2), t0, t1, t2);
+	if(t0 != nullptr) t0->setOppTriangle(t0->getIntraTriangleIndex(pA), t);
+	if(t1 != nullptr) t1->setOppTriangle(t1->getIntraTriangleIndex(pB), t);
+	v->setIncidentTriangle(nullptr);
+	numFreshUsed -= 2;
+}
+
+// t = (v, ce, ce1), u = (v, ce1, d), pT4 = (v, d, ce2), pT1 = (v, ce2, ce)
+// back to t = (ce, ce1, ce2) and u = (d, ce2, ce1).
+void Chunk::undoSplit24(Point2* v, Triangle2* t, Triangle2* u)
+{
+	Triangle2* pT4(u->getOppositeTriangle(1));
+	Triangle2* pT1(t->getOppositeTriangle(2));
+	Point2* ce(t->getCorner(1));
+	Point2* ce1(t->getCorner(2));
+	Point2* d(u->getCorner(2));
+	Point2* ce2(pT4->getCorner(2));
+	Triangle2* pOutT2(t->getOppositeTriangle(0));
+	Triangle2* pOutU1(u->getOppositeTriangle(0));
+	Triangle2* pOutU2(pT4->getOppositeTriangle(0));
+	Triangle2* pOutT1(pT1->getOppositeTriangle(0));
+	t->setPropertiesAndOppT(ce, ce1, ce2, u, pOutT1, pOutT2);
+	u->setPropertiesAndOppT(d, ce2, ce1, t, pOutU1, pOutU2);
+	if(pOutT1 != nullptr) pOutT1->setOppTriangle(pOutT1->getIntraTriangleIndex(pT1), t);
+	if(pOutU2 != nullptr) pOutU2->setOppTriangle(pOutU2->getIntraTriangleIndex(pT4), u);
+	v->setIncidentTriangle(nullptr);
+	numFreshUsed -= 2;
 }
 
 } // namespace MIREL25D

@@ -24,7 +24,7 @@ class Triangle2;
  * the triangle lies in the chunk's closed extended box, and it steps into a
  * triangle during the walk only if that triangle lies in the box too; both
  * are checked before the triangle is touched (see locateInsideConflictT and
- * collectCavity). Besides, it reads and relinks the neighbours of such
+ * localLegalize). Besides, it reads and relinks the neighbours of such
  * triangles, and writes the incident-triangle pointers of their corners.
  * Take two running chunks A and B with disjoint closed boxes:
  * - A triangle modified or walked by A lies in box(A); if B modified or
@@ -47,9 +47,10 @@ class Triangle2;
  * The box is an estimate made on the coarse mesh before any chunk runs
  * (determineExtBox); the mesh a chunk meets later also holds the vertices of
  * chunks that ran before it. Where the estimate is too small for a vertex
- * (its walk or its conflict region would leave the box), the vertex is not
- * touched at all and is left to the sequential pass after the workers end, so
- * the rule above holds in every case and only the speed depends on the box.
+ * (its walk or one of its flips would leave the box), the changes made for it
+ * are undone and the vertex is left to the sequential pass after the workers
+ * end, so the rule above holds in every case and only the speed depends on
+ * the box.
  */
 class Chunk
 {
@@ -69,10 +70,14 @@ public:
 	// Worker side: inserts the range (fresh triangles must have been handed
 	// in with takeFreshTriangles).
 	void run();
-	void takeFreshTriangles(std::vector<Triangle2*>& vT) { vFreshT.swap(vT); }
+	void takeFreshTriangles(std::vector<Triangle2*>& vT)
+	{
+		vFreshT.swap(vT);
+		numFreshUsed = 0;
+	}
 	// After the run: unused triangles, duplicates found and vertices left to
 	// the sequential pass.
-	std::vector<Triangle2*>& getUnusedTriangles() { return vFreshT; }
+	void getUnusedTriangles(std::vector<Triangle2*>& vUnusedT) const { vUnusedT.assign(vFreshT.begin() + long(numFreshUsed), vFreshT.end()); }
 	const std::vector<std::pair<Point2*, Point2*>>& getDuplicates() const { return vDuplicates; }
 	const std::vector<Point2*>& getDeferred() const { return vDeferred; }
 	// A triangle near the chunk's last insertion, valid after the workers ended.
@@ -90,23 +95,26 @@ private:
 	// A triangle in the box incident to one of the start vertices, or null.
 	Triangle2* findStartTriangle() const;
 
-	// The local insertion: the sequential algorithm, confined to the box.
+	// The local insertion: the sequential algorithms, confined to the box.
+	// Middle-first recursion over [lo, hi) of the dense list, as the
+	// sequential batch insertion; returns a triangle near the last insertion.
+	Triangle2* localTriangulateRec(size_t lo, size_t hi, Triangle2* pStartTriangle);
+	// Inserts v or leaves it to the sequential pass (then returns pStartTriangle).
+	Triangle2* insertOrDefer(Point2* v, Triangle2* pStartTriangle);
 	// Returns a triangle near v (in the box), or null when v had to be left.
 	Triangle2* localInsertVertex(Point2* v, Triangle2* pStartTriangle);
 	// Visibility walk that never leaves the box: -1 inside t (strictly if
 	// e == -1, else on edge e), 4 on a corner of t, 5 when the walk would leave.
 	int locateInsideConflictT(const Point2* v, Triangle2*& pStartTriangle, int& e);
-	// The triangles whose circumcircle strictly contains v, connected to pT;
-	// false (nothing collected) when one of them is not in the box.
-	bool collectCavity(const Point2* v, Triangle2* pT);
-	bool isInCavity(const Triangle2* pT) const;
 	bool conflicts(const Point2* v, const Triangle2* pT) const;
 	Triangle2* freshTriangle();
 	void localSplit13(Point2* v, Triangle2* t);
 	void localSplit24(Point2* v, Triangle2* t, int e);
-	// The flips of the sequential legalisation; the in-circle answers come
-	// from the cavity, which holds exactly the triangles they would flip.
-	Triangle2* localTriangulateRec(Point2* v);
+	Triangle2* localLegalize(Point2* v);
+	// Back to the mesh before v, when v cannot be inserted inside the box.
+	void undoFlips();
+	void undoSplit13(Point2* v, Triangle2* t);
+	void undoSplit24(Point2* v, Triangle2* t, Triangle2* u);
 
 	Dt2* pDt;
 	GeomTest* pGeomTest;
@@ -117,8 +125,10 @@ private:
 	double minX, minY, maxX, maxY; // extBox, flat for the hot checks
 	Point2* aStartVtx[3]; // corners of the coarse triangle of the first vertex
 	std::vector<Triangle2*> vLocalCheckT; // flip stack
-	std::vector<Triangle2*> vCavityT;
+	std::vector<Triangle2*> vFlippedT; // flips made for the current vertex
+	std::vector<Triangle2*> vSplitT; // the triangles its split reused
 	std::vector<Triangle2*> vFreshT;
+	size_t numFreshUsed;
 	std::vector<std::pair<Point2*, Point2*>> vDuplicates; // (duplicate, existing)
 	std::vector<Point2*> vDeferred;
 	Triangle2* pLastT;

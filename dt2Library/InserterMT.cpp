@@ -442,11 +442,12 @@ void InserterMT::supplyTriangles(Chunk* pChunk)
 void InserterMT::finishChunks()
 {
 	numDeferred = 0;
+	std::vector<Triangle2*> vUnusedT;
 	Triangle2* pFallbackT(pDt->vertexVault.getFakeBoxCorner(0)->getIncidentTriangle());
 	for(Chunk* pChunk : vChunks)
 	{
-		for(Triangle2* pT : pChunk->getUnusedTriangles()) pDt->releaseTriangle(pT);
-		pChunk->getUnusedTriangles().clear();
+		pChunk->getUnusedTriangles(vUnusedT);
+		for(Triangle2* pT : vUnusedT) pDt->releaseTriangle(pT);
 		for(const std::pair<Point2*, Point2*>& dup : pChunk->getDuplicates()) pDt->vertexVault.registerDup(dup.first, dup.second);
 		size_t numInChunk(pChunk->size() - pChunk->getDeferred().size());
 		pDt->progress.advance(double(numInChunk));
