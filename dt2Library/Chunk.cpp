@@ -12,7 +12,7 @@ namespace MIREL25D {
 
 Chunk::Chunk(Dt2* pDt_, GeomTest* pGeomTest_, size_t chunkIndex_, std::vector<Point2*>* pvDenseVtx_, size_t first_, size_t last_)
 	: state(0), pDt(pDt_), pGeomTest(pGeomTest_), chunkIndex(chunkIndex_), pvDenseVtx(pvDenseVtx_), first(first_), last(last_), minX(0.0), minY(0.0),
-	  maxX(0.0), maxY(0.0), aStartVtx{nullptr, nullptr, nullptr}, numFreshUsed(0), pLastT(nullptr)
+	  maxX(0.0), maxY(0.0), aStartVtx{nullptr, nullptr, nullptr}, numFreshUsed(0), pFinalT(nullptr)
 {
 	// The exact stages must cover the chunk's coordinates before any worker
 	// runs (the batch's box normally did that already).
@@ -67,23 +67,23 @@ void Chunk::determineExtBox(Triangle2* pStartT, const Bbox2& clipBox)
 	extBox = Bbox2();
 	std::vector<Triangle2*> vConcernedT;
 	Triangle2* pT(pStartT);
-	Triangle2* pLastT_(nullptr);
+	Triangle2* pLastT(nullptr);
 	// Every few vertices suffice: successive vertices are neighbours on the
 	// curve and mostly share their coarse triangle; the last one is included.
 	const size_t sampleStep(4);
 	for(size_t i = first; i < last; i = (i + sampleStep < last || i + 1 == last) ? i + sampleStep : last - 1)
 	{
+		// Inside the fake box the walk ends in a triangle (or on its edge or corner).
 		int e(-1);
-		int r(pDt->locateConflictTriangle((*pvDenseVtx)[i], pT, e));
-		(void)r;
-		if(pT != pLastT_)
+		pDt->locateConflictTriangle((*pvDenseVtx)[i], pT, e);
+		if(pT != pLastT)
 		{
 			vConcernedT.push_back(pT);
 			if(e >= 0 && pT->getOppositeTriangle(e) != nullptr) vConcernedT.push_back(pT->getOppositeTriangle(e));
-			pLastT_ = pT;
+			pLastT = pT;
 		}
 	}
-	MIREL_ASSERT(pLastT_!=0);
+	MIREL_ASSERT(pLastT!=0);
 	for(int k = 0; k < 3; ++k) aStartVtx[k] = vConcernedT[0]->getCorner(k);
 
 	// Repeated triangles are common (a coarse triangle holds many vertices).
@@ -134,7 +134,7 @@ void Chunk::run()
 		for(size_t i = first; i < last; ++i) vDeferred.push_back((*pvDenseVtx)[i]);
 		return;
 	}
-	pLastT = localTriangulateRec(first, last, pT);
+	pFinalT = localTriangulateRec(first, last, pT);
 }
 
 // Middle first, then the left half from the middle's triangle, then the right

@@ -81,7 +81,7 @@ public:
 	const std::vector<std::pair<Point2*, Point2*>>& getDuplicates() const { return vDuplicates; }
 	const std::vector<Point2*>& getDeferred() const { return vDeferred; }
 	// A triangle near the chunk's last insertion, valid after the workers ended.
-	Triangle2* getLastTriangle() const { return pLastT; }
+	Triangle2* getLastTriangle() const { return pFinalT; }
 
 	int32_t state; // 0 waiting, 1 running, 2 done
 
@@ -131,7 +131,7 @@ private:
 	size_t numFreshUsed;
 	std::vector<std::pair<Point2*, Point2*>> vDuplicates; // (duplicate, existing)
 	std::vector<Point2*> vDeferred;
-	Triangle2* pLastT;
+	Triangle2* pFinalT;
 };
 
 } // namespace MIREL25D

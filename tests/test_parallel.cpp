@@ -109,10 +109,17 @@ void validate(Mirel_2D& dt, const std::vector<Point2>& vPlaces)
 		ASSERT_EQ(sLive.count(pInc), 1u);
 		ASSERT_TRUE(pInc->hasVertex(pVtx));
 	}
+	// The border is the convex hull: counterclockwise, no right turn anywhere
+	// (collinear border points are hull vertices), made of input points only.
 	std::vector<Point2*> vHull;
 	dt.getConvexHull(true, vHull);
 	ASSERT_EQ(vHull.size(), numHullEdges);
-	for(Point2* p : vHull) ASSERT_EQ(sExpected.count(std::make_pair(p->x(), p->y())), 1u) << "hull vertex not an input point";
+	for(size_t i = 0; i < vHull.size(); ++i)
+	{
+		const Point2* p(vHull[i]);
+		ASSERT_EQ(sExpected.count(std::make_pair(p->x(), p->y())), 1u) << "hull vertex not an input point";
+		ASSERT_GE(exactOrientation(*p, *vHull[(i + 1) % vHull.size()], *vHull[(i + 2) % vHull.size()]), 0) << "border not convex";
+	}
 }
 
 using TriangleKey = std::array<std::pair<double, double>, 3>;
