@@ -204,7 +204,14 @@ void Dt2::makeBatchVerticesMT(size_t n, XYFunc getXY, FillFunc fillVertex, Point
 	// records and vertices, which also spreads the first touch of their memory.
 	IdxVtxAct** aRecords(vertexVault.appendRecords(n));
 	std::unique_ptr<Point2*[]> aVertices(new Point2*[n]);
-	for(size_t k = 0; k < n; ++k) aVertices[k] = vertexPool.allocRaw();
+	std::vector<std::pair<Point2*, size_t>> vRuns;
+	size_t numGot(vertexPool.allocRawRuns(n, vRuns));
+	MIREL_ASSERT(numGot==n);
+	Point2** pDst(aVertices.get());
+	for(const std::pair<Point2*, size_t>& run : vRuns)
+	{
+		for(size_t k = 0; k < run.second; ++k) *pDst++ = run.first + k;
+	}
 	InserterMT::parallelFor(numCPU, n, [&](size_t b, size_t e) {
 		for(size_t k = b; k < e; ++k)
 		{

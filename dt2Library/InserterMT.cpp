@@ -190,14 +190,15 @@ void InserterMT::createFakeBox(Dt2& dt)
 	if(cornerMaxAbs > dt.geomTest.getMaxCoord()) dt.geomTest.setStaticBound_MT(cornerMaxAbs);
 
 	Point2* aCorner[4];
+	uint32_t aKey[4];
 	const double aXY[4][2] = {{minX, minY}, {maxX, minY}, {maxX, maxY}, {minX, maxY}};
 	for(int i = 0; i < 4; ++i)
 	{
 		aCorner[i] = dt.newVertex();
 		aCorner[i]->set(aXY[i][0], aXY[i][1], 0.0, -1);
-		vault.addOne(aCorner[i], dt.hilbertGrid.getKey(aXY[i][0], aXY[i][1]));
+		aKey[i] = dt.hilbertGrid.getKey(aXY[i][0], aXY[i][1]);
 	}
-	vault.setFakeBox(aCorner[0], aCorner[1], aCorner[2], aCorner[3]);
+	vault.addFakeBox(aCorner, aKey);
 
 	if(vault.isFullDimensional())
 	{
@@ -271,19 +272,15 @@ void InserterMT::go(std::vector<Point2*>::iterator start_it, std::vector<Point2*
 	size_t k(std::min(n / 2, 5 * s));
 	size_t step(n / k);
 
-	vDenseVtx.clear();
-	vSparseVtx.clear();
-	vDenseVtx.reserve(n);
-	vSparseVtx.reserve(k + 1);
-	for(auto it = start_it; it != end_it;)
-	{
-		for(size_t j = 0; j < step && it != end_it; ++j, ++it) vDenseVtx.push_back(*it);
-		if(it != end_it)
-		{
-			vSparseVtx.push_back(*it);
-			++it;
-		}
-	}
+	// Every (step+1)-th vertex is sparse: dense vertex i is batch vertex
+	// i + i/step, sparse vertex j is batch vertex (j+1)*step + j.
+	size_t numSparse(n / (step + 1));
+	vDenseVtx.resize(n - numSparse);
+	vSparseVtx.resize(numSparse);
+	parallelFor(numCPU, vDenseVtx.size(), [&](size_t b, size_t e) {
+		for(size_t i = b; i < e; ++i) vDenseVtx[i] = start_it[long(i + i / step)];
+	});
+	for(size_t j = 0; j < numSparse; ++j) vSparseVtx[j] = start_it[long((j + 1) * step + j)];
 	MIREL_ASSERT(vDenseVtx.size()+vSparseVtx.size()==(size_t)distance(start_it,end_it));
 	MIREL_ASSERT(!vSparseVtx.empty());
 
@@ -312,6 +309,7 @@ void InserterMT::cutIntoChunks(size_t numChunksRequested)
 	size_t size(numDense / std::max<size_t>(numChunksRequested, 1));
 	if(size == 0) size = numDense;
 	size_t third(size / 3);
+	std::vector<std::pair<size_t, size_t>> vRanges;
 	for(size_t i = 0;; ++i)
 	{
 		size_t first(i * size);
@@ -319,9 +317,16 @@ void InserterMT::cutIntoChunks(size_t numChunksRequested)
 		size_t last(std::min(e, numDense));
 		size_t remainder(numDense - last);
 		if(remainder < 1000 && !(remainder > third && e <= numDense)) last = numDense;
-		vChunks.push_back(new Chunk(pDt, &pDt->geomTest, i, &vDenseVtx, first, last));
+		vRanges.push_back(std::make_pair(first, last));
 		if(last == numDense) break;
 	}
+	// Construction scans the chunk's vertices (the predicates' bound), so the
+	// chunks are made in parallel.
+	vChunks.assign(vRanges.size(), nullptr);
+	size_t numTasks(static_cast<size_t>(std::max(numCPU, 1)));
+	parallelTasks(numTasks, [&](size_t t) {
+		for(size_t i = t; i < vRanges.size(); i += numTasks) vChunks[i] = new Chunk(pDt, &pDt->geomTest, i, &vDenseVtx, vRanges[i].first, vRanges[i].second);
+	});
 	numChunksMade = vChunks.size();
 }
 

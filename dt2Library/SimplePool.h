@@ -1,6 +1,8 @@
 #pragma once
+#include <algorithm>
 #include <cstddef>
 #include <new>
+#include <utility>
 #include <type_traits>
 #include <vector>
 
@@ -64,6 +66,26 @@ public:
 			if(!addBlock()) return nullptr;
 		}
 		return vBlocks.back() + numUsedInLastBlock++;
+	}
+
+	// n raw objects (see allocRaw) in runs of consecutive objects, appended to
+	// vRuns as (first, count); fewer only when memory runs out. The free list
+	// is left alone.
+	size_t allocRawRuns(size_t n, std::vector<std::pair<T*, size_t>>& vRuns)
+	{
+		size_t numGot(0);
+		while(numGot < n)
+		{
+			if(vBlocks.empty() || numUsedInLastBlock == blockSize)
+			{
+				if(!addBlock()) break;
+			}
+			size_t numTaken(std::min(n - numGot, blockSize - numUsedInLastBlock));
+			vRuns.push_back(std::make_pair(vBlocks.back() + numUsedInLastBlock, numTaken));
+			numUsedInLastBlock += numTaken;
+			numGot += numTaken;
+		}
+		return numGot;
 	}
 
 	// The caller clears the object first where dead objects must be recognisable.

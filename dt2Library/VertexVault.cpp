@@ -32,8 +32,15 @@ void VertexVault::reserveBatch(size_t n)
 IdxVtxAct** VertexVault::appendRecords(size_t n)
 {
 	size_t oldSize(vIdxVtxAct.size());
+	std::vector<std::pair<IdxVtxAct*, size_t>> vRuns;
+	size_t numGot(idxPool.allocRawRuns(n, vRuns));
+	MIREL_ASSERT(numGot==n);
 	vIdxVtxAct.resize(oldSize + n);
-	for(size_t k = 0; k < n; ++k) vIdxVtxAct[oldSize + k] = idxPool.allocRaw();
+	IdxVtxAct** pDst(&vIdxVtxAct[oldSize]);
+	for(const std::pair<IdxVtxAct*, size_t>& run : vRuns)
+	{
+		for(size_t k = 0; k < run.second; ++k) *pDst++ = run.first + k;
+	}
 	numActive += n;
 	return n == 0 ? nullptr : &vIdxVtxAct[oldSize];
 }
@@ -315,9 +322,22 @@ void VertexVault::getActiveVertices(std::vector<Point2*>& vVertices) const
 // Fake box
 // ======================================================================
 
-void VertexVault::setFakeBox(Point2* a, Point2* b, Point2* c, Point2* d)
+void VertexVault::addFakeBox(Point2* const aCorner[4], const uint32_t aKey[4])
 {
-	vFakeBoxHandles.assign({a, b, c, d});
+	IdxVtxAct* aRec[4];
+	for(int i = 0; i < 4; ++i)
+	{
+		aRec[i] = idxPool.alloc();
+		aRec[i]->key = aKey[i];
+		aRec[i]->active = 1;
+		aRec[i]->pVtx = aCorner[i];
+	}
+	std::stable_sort(aRec, aRec + 4, keyLess);
+	vIdxVtxAct.insert(vIdxVtxAct.begin() + long(numSorted), aRec, aRec + 4);
+	std::inplace_merge(vIdxVtxAct.begin(), vIdxVtxAct.begin() + long(numSorted), vIdxVtxAct.begin() + long(numSorted) + 4, keyLess);
+	numSorted += 4;
+	numActive += 4;
+	vFakeBoxHandles.assign(aCorner, aCorner + 4);
 }
 
 Point2* VertexVault::getFakeBoxCorner(size_t i) const

@@ -93,7 +93,9 @@ public:
 	void getActiveVertices(std::vector<Point2*>& vVertices) const;
 
 	// Fake box: four corners around a batch that is inserted in parallel.
-	void setFakeBox(Point2* a, Point2* b, Point2* c, Point2* d);
+	// Registers the four corners (with their keys) among the sorted records,
+	// in one move of a pending batch.
+	void addFakeBox(Point2* const aCorner[4], const uint32_t aKey[4]);
 	Point2* getFakeBoxCorner(size_t i) const;
 	bool hasFakeBox() const { return !vFakeBoxHandles.empty(); }
 	// Hands the four corners out for removal from the mesh and forgets them.
