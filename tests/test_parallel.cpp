@@ -335,6 +335,26 @@ TEST_P(LargeBatch, MillionGridPoints)
 	insertAndCompare(gridPoints(1000), GetParam(), false);
 }
 
+// Two large batches, the second overlapping the first and reaching beyond it.
+TEST_P(LargeBatch, SecondLargeBatchEqualsSequential)
+{
+	std::vector<Point2> vFirst(uniformPoints(77, 500000)), vSecond(uniformPoints(78, 500000));
+	for(Point2& p : vSecond) p.setCoords(p.x() * 1.3 + 200.0, p.y(), p.z());
+	Mirel_2D seq, par;
+	par.setNumCPU(GetParam());
+	std::vector<Point2*> vSeqHandles, vParHandles;
+	seq.insert(vFirst);
+	par.insert(vFirst);
+	seq.insert(vSecond, vSeqHandles);
+	par.insert(vSecond, vParHandles);
+	std::vector<Point2> vAll(vFirst);
+	vAll.insert(vAll.end(), vSecond.begin(), vSecond.end());
+	validate(par, vAll);
+	if(HasFatalFailure()) return;
+	compareHandles(vSecond, vSeqHandles, vParHandles);
+	ASSERT_TRUE(triangleSet(seq) == triangleSet(par));
+}
+
 INSTANTIATE_TEST_SUITE_P(Big, LargeBatch, ::testing::Values(2, 4));
 
 } // namespace
