@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <chrono>
 #include <cmath>
+#include <exception>
 #include <iterator>
 #include <thread>
 
@@ -15,12 +16,31 @@ namespace MIREL25D {
 // Thread control
 // ======================================================================
 
+// An exception (a failed assertion) must not end the process from a worker
+// thread: the first one is thrown again on the caller's thread after the join.
 void MTCtrl::runTasks(std::vector<MTTask*>& vTasks)
 {
+	std::vector<std::exception_ptr> vErrors(vTasks.size());
 	std::vector<std::thread> vThreads;
 	vThreads.reserve(vTasks.size());
-	for(MTTask* pTask : vTasks) vThreads.emplace_back([pTask]() { pTask->run(); });
+	for(size_t i = 0; i < vTasks.size(); ++i)
+	{
+		vThreads.emplace_back([&vTasks, &vErrors, i]() {
+			try
+			{
+				vTasks[i]->run();
+			}
+			catch(...)
+			{
+				vErrors[i] = std::current_exception();
+			}
+		});
+	}
 	for(std::thread& t : vThreads) t.join();
+	for(std::exception_ptr& pError : vErrors)
+	{
+		if(pError) std::rethrow_exception(pError);
+	}
 }
 
 namespace {
@@ -258,7 +278,7 @@ bool InserterMT::ChunkOrder::operator()(const Chunk* a, const Chunk* b) const
 	return a->getIndex() < b->getIndex();
 }
 
-InserterMT::InserterMT(Dt2* pDt_, int numCPU_) : pDt(pDt_), numCPU(numCPU_), numDeferred(0), numChunksMade(0) {}
+InserterMT::InserterMT(Dt2* pDt_, int numCPU_) : pDt(pDt_), numCPU(numCPU_) {}
 
 InserterMT::~InserterMT()
 {
@@ -327,7 +347,6 @@ void InserterMT::cutIntoChunks(size_t numChunksRequested)
 	parallelTasks(numTasks, [&](size_t t) {
 		for(size_t i = t; i < vRanges.size(); i += numTasks) vChunks[i] = new Chunk(pDt, &pDt->geomTest, i, &vDenseVtx, vRanges[i].first, vRanges[i].second);
 	});
-	numChunksMade = vChunks.size();
 }
 
 // Each chunk's walk starts at the sparse vertex that preceded its first dense
@@ -382,10 +401,20 @@ void InserterMT::workerLoop()
 		Chunk* pChunk(getNextChunk());
 		if(pChunk != nullptr)
 		{
-			supplyTriangles(pChunk);
-			pChunk->state = 1;
-			pChunk->run();
-			pChunk->state = 2;
+			try
+			{
+				supplyTriangles(pChunk);
+				pChunk->state = 1;
+				pChunk->run();
+				pChunk->state = 2;
+			}
+			catch(...)
+			{
+				// The other workers stop too instead of waiting for this chunk.
+				std::lock_guard<std::mutex> lock(chunkMutex);
+				sWaitingChunks.clear();
+				throw;
+			}
 			retireChunk(pChunk);
 			continue;
 		}
@@ -446,7 +475,6 @@ void InserterMT::supplyTriangles(Chunk* pChunk)
 
 void InserterMT::finishChunks()
 {
-	numDeferred = 0;
 	std::vector<Triangle2*> vUnusedT;
 	Triangle2* pFallbackT(pDt->vertexVault.getFakeBoxCorner(0)->getIncidentTriangle());
 	for(Chunk* pChunk : vChunks)
@@ -458,7 +486,6 @@ void InserterMT::finishChunks()
 		pDt->progress.advance(double(numInChunk));
 		Triangle2* pStartT(pChunk->getLastTriangle() != nullptr ? pChunk->getLastTriangle() : pFallbackT);
 		for(Point2* pVtx : pChunk->getDeferred()) pStartT = pDt->insertVertex(pVtx, pStartT);
-		numDeferred += pChunk->getDeferred().size();
 	}
 }
 

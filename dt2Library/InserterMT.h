@@ -1,5 +1,4 @@
 #pragma once
-#include "Bbox2.h"
 #include "Point2.h"
 #include <cstddef>
 #include <cstdint>
@@ -12,7 +11,6 @@ namespace MIREL25D {
 
 class Chunk;
 class Dt2;
-class Triangle2;
 
 // ======================================================================
 // Thread control: each task runs on its own standard thread; all are
@@ -30,11 +28,6 @@ class MTCtrl
 public:
 	static void runTasks(std::vector<MTTask*>& vTasks);
 };
-
-// ======================================================================
-// Parallel helpers of the batch preparation
-// ======================================================================
-class InserterMT;
 
 // ======================================================================
 // Parallel insertion of a batch of unique vertices in Hilbert order.
@@ -68,10 +61,6 @@ public:
 	// Worker loop (called by the worker task).
 	void workerLoop();
 
-	// Statistics of the last go: vertices the chunks left to the sequential pass.
-	size_t getNumDeferred() const { return numDeferred; }
-	size_t getNumChunks() const { return numChunksMade; }
-
 private:
 	static void createFakeBox(Dt2& dt);
 	static void removeFakeBox(Dt2& dt);
@@ -101,8 +90,6 @@ private:
 	std::set<Chunk*, ChunkOrder> sStartedChunks;
 	std::mutex chunkMutex; // guards both sets
 	std::mutex poolMutex; // the triangle pool, taken once per chunk
-	size_t numDeferred;
-	size_t numChunksMade;
 };
 
 } // namespace MIREL25D
