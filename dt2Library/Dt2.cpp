@@ -7,6 +7,7 @@
 #include <cmath>
 #include <cstdlib>
 #include <iomanip>
+#include <array>
 #include <iostream>
 #include <memory>
 #include <set>
@@ -187,18 +188,32 @@ void Dt2::growBox(AddFunc addPoints)
 }
 
 template<class XYFunc, class FillFunc>
-void Dt2::makeBatchVerticesMT(size_t n, XYFunc getXY, FillFunc fillVertex, Point2** handles)
+void Dt2::makeBatchVerticesMT(size_t n, XYFunc getXY, FillFunc fillVertex, Point2** handles, Bbox2& batchBox)
 {
 	std::unique_ptr<uint64_t[]> aPairs(new uint64_t[2 * n]);
 	uint64_t* pPairs(aPairs.get());
-	InserterMT::parallelFor(numCPU, n, [&](size_t b, size_t e) {
-		for(size_t i = b; i < e; ++i)
+	// The keys, and on the way the batch's bounds for the fake box.
+	size_t numTasks(static_cast<size_t>(numCPU));
+	std::vector<std::array<double, 4>> vBounds(numTasks, std::array<double, 4>{{1.7976931348623157e308, 1.7976931348623157e308, -1.7976931348623157e308, -1.7976931348623157e308}});
+	InserterMT::parallelTasks(numTasks, [&](size_t t) {
+		std::array<double, 4>& bounds(vBounds[t]);
+		for(size_t i = n * t / numTasks; i < n * (t + 1) / numTasks; ++i)
 		{
 			double x(0.0), y(0.0);
 			getXY(i, x, y);
 			pPairs[i] = (uint64_t(hilbertGrid.getKey(x, y)) << 32) | uint64_t(i);
+			bounds[0] = std::min(bounds[0], x);
+			bounds[1] = std::min(bounds[1], y);
+			bounds[2] = std::max(bounds[2], x);
+			bounds[3] = std::max(bounds[3], y);
 		}
 	});
+	for(const std::array<double, 4>& bounds : vBounds)
+	{
+		if(bounds[0] > bounds[2]) continue; // an empty slice
+		batchBox.add(Point2(bounds[0], bounds[1], 0.0));
+		batchBox.add(Point2(bounds[2], bounds[3], 0.0));
+	}
 	InserterMT::sortKeyIndexPairsMT(numCPU, pPairs, pPairs + n, n);
 	// Only pointers are handed out here; the threads below initialise the
 	// records and vertices, which also spreads the first touch of their memory.
@@ -231,7 +246,8 @@ template<class XYFunc, class FillFunc>
 void Dt2::insertBatch(size_t n, XYFunc getXY, FillFunc fillVertex, Point2** handles)
 {
 	bool bParallel(numCPU > 1 && n >= 1000 && !bConstraintsExist);
-	if(bParallel) makeBatchVerticesMT(n, getXY, fillVertex, handles);
+	Bbox2 batchBox;
+	if(bParallel) makeBatchVerticesMT(n, getXY, fillVertex, handles, batchBox);
 	else
 	{
 		// The vertices are made in key order: points that are close on the curve
@@ -256,7 +272,7 @@ void Dt2::insertBatch(size_t n, XYFunc getXY, FillFunc fillVertex, Point2** hand
 	}
 	progress.advance(0.1 * double(n));
 
-	if(bParallel) InserterMT::insertBatch(*this);
+	if(bParallel) InserterMT::insertBatch(*this, batchBox);
 	else if(vertexVault.isFullDimensional())
 	{
 		// The batch is sorted at the end of the store; start triangles for the

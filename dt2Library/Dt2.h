@@ -94,9 +94,9 @@ private:
 	template<class XYFunc, class FillFunc>
 	void insertBatch(size_t n, XYFunc getXY, FillFunc fillVertex, Point2** handles);
 	// The same for a batch that goes to the parallel inserter: keys, sort and
-	// vertices on numCPU threads.
+	// vertices on numCPU threads; batchBox receives the batch's bounds.
 	template<class XYFunc, class FillFunc>
-	void makeBatchVerticesMT(size_t n, XYFunc getXY, FillFunc fillVertex, Point2** handles);
+	void makeBatchVerticesMT(size_t n, XYFunc getXY, FillFunc fillVertex, Point2** handles, Bbox2& batchBox);
 	void triangulateRec(IdxVtxAct** first, IdxVtxAct** last, Triangle2* pStartT);
 	Triangle2* insertSequentially(IdxVtxAct** first, IdxVtxAct** last, Triangle2* pStartT);
 	// Inserts the record's vertex unless it is inactive or already in the mesh.

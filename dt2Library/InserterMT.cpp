@@ -164,48 +164,22 @@ void InserterMT::sortKeyIndexPairsMT(int numThreads, uint64_t* aPairs, uint64_t*
 
 // The corners lie a tenth of the points' extent outside their bounding box,
 // so the box strictly contains every point, old and new.
-void InserterMT::createFakeBox(Dt2& dt)
+void InserterMT::createFakeBox(Dt2& dt, const Bbox2& batchBox)
 {
 	VertexVault& vault(dt.vertexVault);
-	// Bounds of the old active points and, in parallel, of the batch.
-	struct Bounds
-	{
-		double minX = 1.7976931348623157e308, minY = 1.7976931348623157e308;
-		double maxX = -1.7976931348623157e308, maxY = -1.7976931348623157e308;
-		void add(const Point2& p)
-		{
-			minX = std::min(minX, p.x());
-			minY = std::min(minY, p.y());
-			maxX = std::max(maxX, p.x());
-			maxY = std::max(maxY, p.y());
-		}
-	};
-	size_t numSorted(vault.getNumSorted());
-	size_t numNew(vault.size() - numSorted);
-	size_t numTasks(static_cast<size_t>(std::max(dt.numCPU, 1)));
-	std::vector<Bounds> vBounds(numTasks + 1);
-	for(size_t i = 0; i < numSorted; ++i)
+	// The batch's bounds and those of the old active points.
+	Bbox2 all(batchBox);
+	for(size_t i = 0; i < vault.getNumSorted(); ++i)
 	{
 		const IdxVtxAct* pRec(vault.getRecord(i));
-		if(pRec->active) vBounds[numTasks].add(*pRec->pVtx);
+		if(pRec->active) all.add(*pRec->pVtx);
 	}
-	parallelTasks(numTasks, [&](size_t t) {
-		for(size_t i = numNew * t / numTasks; i < numNew * (t + 1) / numTasks; ++i) vBounds[t].add(*vault.getRecord(numSorted + i)->pVtx);
-	});
-	Bounds all;
-	for(const Bounds& b : vBounds)
-	{
-		all.minX = std::min(all.minX, b.minX);
-		all.minY = std::min(all.minY, b.minY);
-		all.maxX = std::max(all.maxX, b.maxX);
-		all.maxY = std::max(all.maxY, b.maxY);
-	}
-	double margin(0.1 * std::max(all.maxX - all.minX, all.maxY - all.minY));
-	double maxAbs(std::max(std::max(std::fabs(all.minX), std::fabs(all.maxX)), std::max(std::fabs(all.minY), std::fabs(all.maxY))));
+	double margin(0.1 * all.getMaxRange());
+	double maxAbs(std::max(std::fabs(all.getMinCoord()), std::fabs(all.getMaxCoord())));
 	// A point-like or flat set still needs a box with area.
 	if(!(margin > 1e-6 * maxAbs)) margin = std::max(1.0, maxAbs) * 1e-3;
-	double minX(all.minX - margin), minY(all.minY - margin);
-	double maxX(all.maxX + margin), maxY(all.maxY + margin);
+	double minX(all.get_minX() - margin), minY(all.get_minY() - margin);
+	double maxX(all.get_maxX() + margin), maxY(all.get_maxY() + margin);
 	double cornerMaxAbs(std::max(std::max(std::fabs(minX), std::fabs(maxX)), std::max(std::fabs(minY), std::fabs(maxY))));
 	if(cornerMaxAbs > dt.geomTest.getMaxCoord()) dt.geomTest.setStaticBound_MT(cornerMaxAbs);
 
@@ -251,18 +225,13 @@ void InserterMT::removeFakeBox(Dt2& dt)
 	for(Point2* pCorner : vCorners) dt.remove(pCorner);
 }
 
-void InserterMT::insertBatch(Dt2& dt)
+void InserterMT::insertBatch(Dt2& dt, const Bbox2& batchBox)
 {
-	createFakeBox(dt);
+	createFakeBox(dt, batchBox);
 	VertexVault& vault(dt.vertexVault);
-	size_t numSorted(vault.getNumSorted());
-	std::vector<Point2*> vBatch(vault.size() - numSorted);
-	parallelFor(dt.numCPU, vBatch.size(), [&](size_t b, size_t e) {
-		for(size_t i = b; i < e; ++i) vBatch[i] = vault.getRecord(numSorted + i)->pVtx;
-	});
 	{
 		InserterMT inserter(&dt, dt.numCPU);
-		inserter.go(vBatch.begin(), vBatch.end());
+		inserter.go(vault.getRecords() + vault.getNumSorted(), vault.getRecords() + vault.size());
 	}
 	vault.adoptFirstCopyData();
 	vault.mergeBatch();
@@ -285,8 +254,9 @@ InserterMT::~InserterMT()
 	for(Chunk* pChunk : vChunks) delete pChunk;
 }
 
-void InserterMT::go(std::vector<Point2*>::iterator start_it, std::vector<Point2*>::iterator end_it)
+void InserterMT::go(IdxVtxAct** start_it, IdxVtxAct** end_it)
 {
+	using std::distance;
 	size_t n(static_cast<size_t>(std::distance(start_it, end_it)));
 	size_t s(static_cast<size_t>(2.0 * std::sqrt(double(n))));
 	size_t k(std::min(n / 2, 5 * s));
@@ -298,9 +268,9 @@ void InserterMT::go(std::vector<Point2*>::iterator start_it, std::vector<Point2*
 	vDenseVtx.resize(n - numSparse);
 	vSparseVtx.resize(numSparse);
 	parallelFor(numCPU, vDenseVtx.size(), [&](size_t b, size_t e) {
-		for(size_t i = b; i < e; ++i) vDenseVtx[i] = start_it[long(i + i / step)];
+		for(size_t i = b; i < e; ++i) vDenseVtx[i] = start_it[i + i / step]->pVtx;
 	});
-	for(size_t j = 0; j < numSparse; ++j) vSparseVtx[j] = start_it[long((j + 1) * step + j)];
+	for(size_t j = 0; j < numSparse; ++j) vSparseVtx[j] = start_it[(j + 1) * step + j]->pVtx;
 	MIREL_ASSERT(vDenseVtx.size()+vSparseVtx.size()==(size_t)distance(start_it,end_it));
 	MIREL_ASSERT(!vSparseVtx.empty());
 

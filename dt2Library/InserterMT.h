@@ -1,4 +1,5 @@
 #pragma once
+#include "Bbox2.h"
 #include "Point2.h"
 #include <cstddef>
 #include <cstdint>
@@ -11,6 +12,7 @@ namespace MIREL25D {
 
 class Chunk;
 class Dt2;
+struct IdxVtxAct;
 
 // ======================================================================
 // Thread control: each task runs on its own standard thread; all are
@@ -43,7 +45,7 @@ public:
 	// The parallel path of a batch insertion: the batch waits unmerged at the
 	// end of the vault. A fake box is put around all points, the batch goes in
 	// by go, and the box is removed again, so the caller never sees it.
-	static void insertBatch(Dt2& dt);
+	static void insertBatch(Dt2& dt, const Bbox2& batchBox);
 
 	// task(t) for t = 0 .. numTasks-1, each on its own thread.
 	static void parallelTasks(size_t numTasks, const std::function<void(size_t)>& task);
@@ -56,13 +58,14 @@ public:
 
 	// Inserts [start_it, end_it): a sparse sample sequentially, then the rest
 	// in chunks on numCPU threads. The mesh must have a fake box around them.
-	void go(std::vector<Point2*>::iterator start_it, std::vector<Point2*>::iterator end_it);
+	// The range is a run of the vault's records.
+	void go(IdxVtxAct** start_it, IdxVtxAct** end_it);
 
 	// Worker loop (called by the worker task).
 	void workerLoop();
 
 private:
-	static void createFakeBox(Dt2& dt);
+	static void createFakeBox(Dt2& dt, const Bbox2& batchBox);
 	static void removeFakeBox(Dt2& dt);
 
 	struct ChunkOrder
