@@ -97,7 +97,6 @@ public:
 	// in one move of a pending batch.
 	void addFakeBox(Point2* const aCorner[4], const uint32_t aKey[4]);
 	Point2* getFakeBoxCorner(size_t i) const;
-	bool hasFakeBox() const { return !vFakeBoxHandles.empty(); }
 	// Hands the four corners out for removal from the mesh and forgets them.
 	void removeFakeBox(std::vector<Point2*>& vCorners);
 	// Before the batch is merged: where a duplicate and the vertex it resolves
