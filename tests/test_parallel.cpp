@@ -301,6 +301,32 @@ TEST_P(ParallelInsert, CollinearBatchHasNoTriangles)
 	for(size_t i = 0; i < vLine.size(); ++i) ASSERT_EQ(vHandles[i]->z(), vLine[i].z());
 }
 
+// The coordinate-array entry point takes the same path; handles in input order.
+TEST_P(ParallelInsert, CoordinateArrayWithHandles)
+{
+	std::vector<Point2> vPoints(uniformPoints(31, 5000));
+	vPoints.push_back(vPoints[100]);
+	std::vector<double> vCoords;
+	for(const Point2& p : vPoints)
+	{
+		vCoords.push_back(p.x());
+		vCoords.push_back(p.y());
+		vCoords.push_back(p.z());
+	}
+	Mirel_2D dt;
+	dt.setNumCPU(GetParam());
+	std::vector<Point2*> vHandles(vPoints.size(), nullptr);
+	dt.insert(int(vPoints.size()), &vCoords[0], &vHandles[0]);
+	validate(dt, vPoints);
+	for(size_t i = 0; i < vPoints.size(); ++i)
+	{
+		ASSERT_TRUE(samePlace(*vHandles[i], vPoints[i]));
+		ASSERT_EQ(vHandles[i]->getCustomIndex(), -1);
+	}
+	ASSERT_EQ(vHandles.back(), vHandles[100]);
+	ASSERT_EQ(vHandles.back()->z(), vPoints[100].z());
+}
+
 INSTANTIATE_TEST_SUITE_P(Threads, ParallelInsert, ::testing::Values(2, 3, 4, 8));
 
 TEST(ParallelConfig, SetNumCPU)
