@@ -178,7 +178,7 @@ Triangle2* Chunk::localInsertVertex(Point2* v, Triangle2* pStartTriangle)
 	Triangle2* pT(pStartTriangle);
 	int e(-1);
 	int r(locateInsideConflictT(v, pT, e));
-	if(r == 5) return nullptr;
+	if(r == LEAVES_BOX) return nullptr;
 	if(r == 4)
 	{
 		for(int i = 0; i < 3; ++i)
@@ -191,25 +191,20 @@ Triangle2* Chunk::localInsertVertex(Point2* v, Triangle2* pStartTriangle)
 		}
 		return pT;
 	}
-	if(e == -1)
-	{
-		localSplit13(v, pT);
-		vSplitT.assign({pT});
-	}
+	Triangle2* u(nullptr); // the neighbour that a split on an edge changes too
+	if(e == -1) localSplit13(v, pT);
 	else
 	{
-		// The neighbour across the edge changes too: it must be in the box.
-		Triangle2* u(pT->getOppositeTriangle(e));
+		u = pT->getOppositeTriangle(e);
 		if(!isInBox(u->getCorner(u->getIntraTriangleIndex(pT)))) return nullptr;
 		localSplit24(v, pT, e);
-		vSplitT.assign({pT, u});
 	}
 	Triangle2* pLastHandledT(localLegalize(v));
 	if(pLastHandledT != nullptr) return pLastHandledT;
 	// A flip would leave the box: back to the mesh before v.
 	undoFlips();
-	if(vSplitT.size() == 1) undoSplit13(v, vSplitT[0]);
-	else undoSplit24(v, vSplitT[0], vSplitT[1]);
+	if(u == nullptr) undoSplit13(v, pT);
+	else undoSplit24(v, pT, u);
 	return nullptr;
 }
 
@@ -239,7 +234,7 @@ int Chunk::locateInsideConflictT(const Point2* v, Triangle2*& pStartTriangle, in
 		MIREL_ASSERT(tmpTriangle!=0);
 		// Two corners are shared with the current triangle, which is in the box.
 		int j(tmpTriangle->getIntraTriangleIndex(pStartTriangle));
-		if(!isInBox(tmpTriangle->getCorner(j))) return 5;
+		if(!isInBox(tmpTriangle->getCorner(j))) return LEAVES_BOX;
 		pStartTriangle = tmpTriangle;
 		if(++numSteps > 1000)
 		{

@@ -104,7 +104,9 @@ private:
 	// Returns a triangle near v (in the box), or null when v had to be left.
 	Triangle2* localInsertVertex(Point2* v, Triangle2* pStartTriangle);
 	// Visibility walk that never leaves the box: -1 inside t (strictly if
-	// e == -1, else on edge e), 4 on a corner of t, 5 when the walk would leave.
+	// e == -1, else on edge e), 4 on a corner of t, LEAVES_BOX when the walk
+	// would have to leave the box.
+	static const int LEAVES_BOX = 5;
 	int locateInsideConflictT(const Point2* v, Triangle2*& pStartTriangle, int& e);
 	bool conflicts(const Point2* v, const Triangle2* pT) const;
 	Triangle2* freshTriangle();
@@ -126,7 +128,6 @@ private:
 	Point2* aStartVtx[3]; // corners of the coarse triangle of the first vertex
 	std::vector<Triangle2*> vLocalCheckT; // flip stack
 	std::vector<Triangle2*> vFlippedT; // flips made for the current vertex
-	std::vector<Triangle2*> vSplitT; // the triangles its split reused
 	std::vector<Triangle2*> vFreshT;
 	size_t numFreshUsed;
 	std::vector<std::pair<Point2*, Point2*>> vDuplicates; // (duplicate, existing)
