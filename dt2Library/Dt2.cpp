@@ -218,20 +218,18 @@ void Dt2::makeBatchVerticesMT(size_t n, XYFunc getXY, FillFunc fillVertex, Point
 	// Only pointers are handed out here; the threads below initialise the
 	// records and vertices, which also spreads the first touch of their memory.
 	IdxVtxAct** aRecords(vertexVault.appendRecords(n));
-	std::unique_ptr<Point2*[]> aVertices(new Point2*[n]);
 	std::vector<std::pair<Point2*, size_t>> vRuns;
 	size_t numGot(vertexPool.allocRawRuns(n, vRuns));
 	MIREL_ASSERT(numGot==n);
-	Point2** pDst(aVertices.get());
-	for(const std::pair<Point2*, size_t>& run : vRuns)
-	{
-		for(size_t k = 0; k < run.second; ++k) *pDst++ = run.first + k;
-	}
 	InserterMT::parallelFor(numCPU, n, [&](size_t b, size_t e) {
+		// Vertex k is the k-th object of the runs.
+		size_t run(0), runStart(0);
+		while(runStart + vRuns[run].second <= b) runStart += vRuns[run++].second;
 		for(size_t k = b; k < e; ++k)
 		{
+			if(k == runStart + vRuns[run].second) runStart += vRuns[run++].second;
 			size_t i(pPairs[k] & 0xffffffffu);
-			Point2* pVtx(new(aVertices[k]) Point2());
+			Point2* pVtx(new(vRuns[run].first + (k - runStart)) Point2());
 			fillVertex(i, pVtx);
 			if(handles != nullptr) handles[i] = pVtx;
 			IdxVtxAct* pRec(aRecords[k]);
