@@ -70,7 +70,7 @@ void Chunk::determineExtBox(Triangle2* pStartT, const Bbox2& clipBox)
 	Triangle2* pLastT(nullptr);
 	// Every few vertices suffice: successive vertices are neighbours on the
 	// curve and mostly share their coarse triangle; the last one is included.
-	const size_t sampleStep(8);
+	const size_t sampleStep(16);
 	for(size_t i = first; i < last; i = (i + sampleStep < last || i + 1 == last) ? i + sampleStep : last - 1)
 	{
 		// Inside the fake box the walk ends in a triangle (or on its edge or corner).
