@@ -301,6 +301,26 @@ TEST_P(ParallelInsert, CollinearBatchHasNoTriangles)
 	for(size_t i = 0; i < vLine.size(); ++i) ASSERT_EQ(vHandles[i]->z(), vLine[i].z());
 }
 
+// One place given many times: one vertex, the first height, no triangle; the
+// fake box around a single place is removed completely.
+TEST_P(ParallelInsert, OnePlaceManyTimes)
+{
+	std::vector<Point2> vPoints;
+	for(int i = 0; i < 2500; ++i) vPoints.push_back(Point2(3.25, -7.5, double(i)));
+	Mirel_2D dt;
+	dt.setNumCPU(GetParam());
+	std::vector<Point2*> vHandles;
+	dt.insert(vPoints, vHandles);
+	validate(dt, vPoints);
+	ASSERT_EQ(dt.numberOfPoints(), 1u);
+	ASSERT_FALSE(dt.hasArea());
+	for(Point2* pHandle : vHandles)
+	{
+		ASSERT_EQ(pHandle, vHandles[0]);
+		ASSERT_EQ(pHandle->z(), 0.0);
+	}
+}
+
 // The coordinate-array entry point takes the same path; handles in input order.
 TEST_P(ParallelInsert, CoordinateArrayWithHandles)
 {
