@@ -90,15 +90,19 @@ void Chunk::determineExtBox(Triangle2* pStartT, const Bbox2& clipBox)
 	std::sort(vConcernedT.begin(), vConcernedT.end());
 	vConcernedT.erase(std::unique(vConcernedT.begin(), vConcernedT.end()), vConcernedT.end());
 	for(Triangle2* pConcernedT : vConcernedT) growByCircumcircle(pConcernedT, "bad accuracy1, todo");
-	size_t numFirstPass(vConcernedT.size());
-	for(size_t k = 0; k < numFirstPass; ++k)
+	// Second pass: the neighbours not yet counted, each once.
+	std::vector<Triangle2*> vNeighbourT;
+	for(Triangle2* pConcernedT : vConcernedT)
 	{
 		for(int i = 0; i < 3; ++i)
 		{
-			Triangle2* pNeigT(vConcernedT[k]->getOppositeTriangle(i));
-			if(pNeigT != nullptr) growByCircumcircle(pNeigT, "bad accuracy2, todo");
+			Triangle2* pNeigT(pConcernedT->getOppositeTriangle(i));
+			if(pNeigT != nullptr && !std::binary_search(vConcernedT.begin(), vConcernedT.end(), pNeigT)) vNeighbourT.push_back(pNeigT);
 		}
 	}
+	std::sort(vNeighbourT.begin(), vNeighbourT.end());
+	vNeighbourT.erase(std::unique(vNeighbourT.begin(), vNeighbourT.end()), vNeighbourT.end());
+	for(Triangle2* pNeigT : vNeighbourT) growByCircumcircle(pNeigT, "bad accuracy2, todo");
 
 	minX = std::max(extBox.get_minX(), clipBox.get_minX());
 	minY = std::max(extBox.get_minY(), clipBox.get_minY());
