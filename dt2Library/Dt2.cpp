@@ -1,4 +1,5 @@
 #include "Dt2.h"
+#include "InserterMT.h"
 #include "MirelExport.h"
 #include "tools.h"
 #include "Circle2.h"
@@ -12,7 +13,9 @@
 #include <cmath>
 #include <cstdlib>
 #include <iomanip>
+#include <array>
 #include <iostream>
+#include <memory>
 #include <set>
 #include <sstream>
 #include <thread>
@@ -197,8 +200,65 @@ void Dt2::growBox(AddFunc addPoints)
 }
 
 template<class XYFunc, class FillFunc>
+void Dt2::makeBatchVerticesMT(size_t n, XYFunc getXY, FillFunc fillVertex, Point2** handles, Bbox2& batchBox)
+{
+	std::unique_ptr<uint64_t[]> aPairs(new uint64_t[2 * n]);
+	uint64_t* pPairs(aPairs.get());
+	// The keys, and on the way the batch's bounds for the fake box.
+	size_t numTasks(static_cast<size_t>(numCPU));
+	std::vector<std::array<double, 4>> vBounds(numTasks, std::array<double, 4>{{1.7976931348623157e308, 1.7976931348623157e308, -1.7976931348623157e308, -1.7976931348623157e308}});
+	InserterMT::parallelTasks(numTasks, [&](size_t t) {
+		std::array<double, 4>& bounds(vBounds[t]);
+		for(size_t i = n * t / numTasks; i < n * (t + 1) / numTasks; ++i)
+		{
+			double x(0.0), y(0.0);
+			getXY(i, x, y);
+			pPairs[i] = (uint64_t(hilbertGrid.getKey(x, y)) << 32) | uint64_t(i);
+			bounds[0] = std::min(bounds[0], x);
+			bounds[1] = std::min(bounds[1], y);
+			bounds[2] = std::max(bounds[2], x);
+			bounds[3] = std::max(bounds[3], y);
+		}
+	});
+	for(const std::array<double, 4>& bounds : vBounds)
+	{
+		if(bounds[0] > bounds[2]) continue; // an empty slice
+		batchBox.add(Point2(bounds[0], bounds[1], 0.0));
+		batchBox.add(Point2(bounds[2], bounds[3], 0.0));
+	}
+	InserterMT::sortKeyIndexPairsMT(numCPU, pPairs, pPairs + n, n);
+	// Only pointers are handed out here; the threads below initialise the
+	// records and vertices, which also spreads the first touch of their memory.
+	IdxVtxAct** aRecords(vertexVault.appendRecords(n));
+	std::vector<std::pair<Point2*, size_t>> vRuns;
+	size_t numGot(vertexPool.allocRawRuns(n, vRuns));
+	MIREL_ASSERT(numGot==n);
+	InserterMT::parallelFor(numCPU, n, [&](size_t b, size_t e) {
+		// Vertex k is the k-th object of the runs.
+		size_t run(0), runStart(0);
+		while(runStart + vRuns[run].second <= b) runStart += vRuns[run++].second;
+		for(size_t k = b; k < e; ++k)
+		{
+			if(k == runStart + vRuns[run].second) runStart += vRuns[run++].second;
+			size_t i(pPairs[k] & 0xffffffffu);
+			Point2* pVtx(new(vRuns[run].first + (k - runStart)) Point2());
+			fillVertex(i, pVtx);
+			if(handles != nullptr) handles[i] = pVtx;
+			IdxVtxAct* pRec(aRecords[k]);
+			pRec->key = uint32_t(pPairs[k] >> 32);
+			pRec->active = 1;
+			pRec->pVtx = pVtx;
+		}
+	});
+}
+
+template<class XYFunc, class FillFunc>
 void Dt2::insertBatch(size_t n, XYFunc getXY, FillFunc fillVertex, Point2** handles)
 {
+	bool bParallel(numCPU > 1 && n >= 1000 && !bConstraintsExist);
+	Bbox2 batchBox;
+	if(bParallel) makeBatchVerticesMT(n, getXY, fillVertex, handles, batchBox);
+	else
 	{
 		// The vertices are made in key order: points that are close on the curve
 		// are then close in memory, which keeps the walk and the flips in cache.
@@ -222,7 +282,8 @@ void Dt2::insertBatch(size_t n, XYFunc getXY, FillFunc fillVertex, Point2** hand
 	}
 	progress.advance(0.1 * double(n));
 
-	if(vertexVault.isFullDimensional())
+	if(bParallel) InserterMT::insertBatch(*this, batchBox);
+	else if(vertexVault.isFullDimensional())
 	{
 		// The batch is sorted at the end of the store; start triangles for the
 		// walk come from the older, merged part until the batch is merged too.
@@ -1010,6 +1071,11 @@ void Dt2::remove(Point2* pVtx)
 	if(!vertexVault.findIdxOfActiveVtx(pVtx, idx))
 	{
 		sendWarning(place, "vertex does not belong to the triangulation, return");
+		return;
+	}
+	if(bConstraintsExist && isConstraint(pVtx))
+	{
+		sendWarning(place, "Illegal: Can't remove a constraint vertex");
 		return;
 	}
 	if(vertexVault.isFullDimensional() && pVtx->getIncidentTriangle() != nullptr) removeFromMesh(pVtx);

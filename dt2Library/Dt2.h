@@ -33,6 +33,10 @@ class VertexNumbering;
 // and the bounding box; heights are carried and never decide anything.
 class MIREL_API Dt2
 {
+	// The parallel insertion works on the pools, the vault and the flip code.
+	friend class InserterMT;
+	friend class Chunk;
+
 public:
 	explicit Dt2(unsigned numExpectedVertices);
 	~Dt2();
@@ -122,6 +126,10 @@ private:
 	// neighbours are memory neighbours) and inserts them.
 	template<class XYFunc, class FillFunc>
 	void insertBatch(size_t n, XYFunc getXY, FillFunc fillVertex, Point2** handles);
+	// The same for a batch that goes to the parallel inserter: keys, sort and
+	// vertices on numCPU threads; batchBox receives the batch's bounds.
+	template<class XYFunc, class FillFunc>
+	void makeBatchVerticesMT(size_t n, XYFunc getXY, FillFunc fillVertex, Point2** handles, Bbox2& batchBox);
 	void triangulateRec(IdxVtxAct** first, IdxVtxAct** last, Triangle2* pStartT);
 	Triangle2* insertSequentially(IdxVtxAct** first, IdxVtxAct** last, Triangle2* pStartT);
 	// Inserts the record's vertex unless it is inactive or already in the mesh.

@@ -1,6 +1,9 @@
 #pragma once
+#include <algorithm>
 #include <cstddef>
 #include <new>
+#include <utility>
+#include <type_traits>
 #include <vector>
 
 namespace MIREL25D {
@@ -16,6 +19,9 @@ void reportPoolOutOfMemory();
 template<class T>
 class SimplePool
 {
+	// Blocks are raw memory; objects are never destroyed one by one.
+	static_assert(std::is_trivially_destructible<T>::value, "pooled objects are released with their block");
+
 public:
 	SimplePool() : blockSize(0), numUsedInLastBlock(0) {}
 	~SimplePool() { clear(); }
@@ -40,6 +46,15 @@ public:
 	// Null (after a message) when no memory can be had.
 	T* alloc()
 	{
+		T* p(allocRaw());
+		return p == nullptr ? nullptr : new(p) T();
+	}
+	// The same without constructing a fresh object: the caller sets every
+	// field before the object is read. A fresh block is only touched by the
+	// thread that initialises its objects, so bulk allocations can be
+	// initialised (and their memory faulted in) by several threads.
+	T* allocRaw()
+	{
 		if(!vFree.empty())
 		{
 			T* p(vFree.back());
@@ -51,6 +66,26 @@ public:
 			if(!addBlock()) return nullptr;
 		}
 		return vBlocks.back() + numUsedInLastBlock++;
+	}
+
+	// n raw objects (see allocRaw) in runs of consecutive objects, appended to
+	// vRuns as (first, count); fewer only when memory runs out. The free list
+	// is left alone.
+	size_t allocRawRuns(size_t n, std::vector<std::pair<T*, size_t>>& vRuns)
+	{
+		size_t numGot(0);
+		while(numGot < n)
+		{
+			if(vBlocks.empty() || numUsedInLastBlock == blockSize)
+			{
+				if(!addBlock()) break;
+			}
+			size_t numTaken(std::min(n - numGot, blockSize - numUsedInLastBlock));
+			vRuns.push_back(std::make_pair(vBlocks.back() + numUsedInLastBlock, numTaken));
+			numUsedInLastBlock += numTaken;
+			numGot += numTaken;
+		}
+		return numGot;
 	}
 
 	// The caller clears the object first where dead objects must be recognisable.
@@ -73,13 +108,13 @@ public:
 	// must not be used again, and only clear() may follow.
 	void freeBlock(size_t i)
 	{
-		delete[] vBlocks[i];
+		::operator delete[](static_cast<void*>(vBlocks[i]));
 		vBlocks[i] = nullptr;
 	}
 
 	void clear()
 	{
-		for(T* pBlock : vBlocks) delete[] pBlock;
+		for(T* pBlock : vBlocks) ::operator delete[](static_cast<void*>(pBlock));
 		std::vector<T*>().swap(vBlocks);
 		std::vector<T*>().swap(vFree);
 		numUsedInLastBlock = 0;
@@ -93,7 +128,7 @@ private:
 		try
 		{
 			vBlocks.reserve(vBlocks.size() + 1);
-			pBlock = new(std::nothrow) T[blockSize];
+			pBlock = static_cast<T*>(::operator new[](blockSize * sizeof(T), std::nothrow));
 		}
 		catch(const std::bad_alloc&)
 		{

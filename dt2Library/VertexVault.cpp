@@ -31,6 +31,23 @@ void VertexVault::reserveBatch(size_t n)
 	vIdxVtxAct.reserve(vIdxVtxAct.size() + n);
 }
 
+IdxVtxAct** VertexVault::appendRecords(size_t n)
+{
+	mergeSingles(); // the batch must start right after the sorted records
+	size_t oldSize(vIdxVtxAct.size());
+	std::vector<std::pair<IdxVtxAct*, size_t>> vRuns;
+	size_t numGot(idxPool.allocRawRuns(n, vRuns));
+	MIREL_ASSERT(numGot==n);
+	vIdxVtxAct.resize(oldSize + n);
+	IdxVtxAct** pDst(&vIdxVtxAct[oldSize]);
+	for(const std::pair<IdxVtxAct*, size_t>& run : vRuns)
+	{
+		for(size_t k = 0; k < run.second; ++k) *pDst++ = run.first + k;
+	}
+	numActive += n;
+	return n == 0 ? nullptr : &vIdxVtxAct[oldSize];
+}
+
 void VertexVault::mergeBatch()
 {
 	if(numSorted > 0 && numSorted < vIdxVtxAct.size())
@@ -357,6 +374,81 @@ void VertexVault::clear()
 	numSorted = 0;
 	numActive = 0;
 	bFullDimensional = false;
+}
+
+// ======================================================================
+// Fake box
+// ======================================================================
+
+void VertexVault::addFakeBox(Point2* const aCorner[4], const uint32_t aKey[4])
+{
+	IdxVtxAct* aRec[4];
+	for(int i = 0; i < 4; ++i)
+	{
+		aRec[i] = idxPool.alloc();
+		aRec[i]->key = aKey[i];
+		aRec[i]->active = 1;
+		aRec[i]->pVtx = aCorner[i];
+	}
+	std::stable_sort(aRec, aRec + 4, keyLess);
+	vIdxVtxAct.insert(vIdxVtxAct.begin() + long(numSorted), aRec, aRec + 4);
+	std::inplace_merge(vIdxVtxAct.begin(), vIdxVtxAct.begin() + long(numSorted), vIdxVtxAct.begin() + long(numSorted) + 4, keyLess);
+	numSorted += 4;
+	numActive += 4;
+	vFakeBoxHandles.assign(aCorner, aCorner + 4);
+}
+
+Point2* VertexVault::getFakeBoxCorner(size_t i) const
+{
+	MIREL_ASSERT(vFakeBoxHandles.size()>i);
+	return vFakeBoxHandles[i];
+}
+
+void VertexVault::removeFakeBox(std::vector<Point2*>& vCorners)
+{
+	MIREL_ASSERT(vFakeBoxHandles.size()==4);
+	vCorners.swap(vFakeBoxHandles);
+	vFakeBoxHandles.clear();
+}
+
+// Points at one place share their key, and the batch keeps input order among
+// equal keys, so the position within the run of a key gives the input order.
+void VertexVault::adoptFirstCopyData()
+{
+	if(mRedundant2UniqueVtx.empty()) return;
+	auto batchBegin(vIdxVtxAct.begin() + long(numSorted));
+	auto batchEnd(vIdxVtxAct.end());
+	auto positionInBatch = [&](Point2* pVtx) -> size_t {
+		IdxVtxAct probe{pGrid->getKey(pVtx->x(), pVtx->y()), 0, nullptr};
+		auto it(std::lower_bound(batchBegin, batchEnd, &probe, keyLess));
+		for(; it != batchEnd && (*it)->key == probe.key; ++it)
+		{
+			if((*it)->pVtx == pVtx) return size_t(it - batchBegin);
+		}
+		return size_t(-1);
+	};
+	std::map<Point2*, std::pair<size_t, Point2*>> mFirstCopy; // kept vertex -> earliest copy
+	for(const auto& entry : mRedundant2UniqueVtx)
+	{
+		size_t posDup(positionInBatch(entry.first));
+		if(posDup == size_t(-1)) continue;
+		auto it(mFirstCopy.find(entry.second));
+		if(it == mFirstCopy.end())
+		{
+			size_t posKept(positionInBatch(entry.second));
+			if(posKept == size_t(-1)) continue; // kept from an earlier insertion
+			it = mFirstCopy.insert(std::make_pair(entry.second, std::make_pair(posKept, entry.second))).first;
+		}
+		if(posDup < it->second.first) it->second = std::make_pair(posDup, entry.first);
+	}
+	for(const auto& entry : mFirstCopy)
+	{
+		Point2* pKept(entry.first);
+		const Point2* pFirst(entry.second.second);
+		if(pFirst == pKept) continue;
+		pKept->setZ(pFirst->z());
+		pKept->setCustomIndex(pFirst->getCustomIndex());
+	}
 }
 
 } // namespace MIREL25D

@@ -46,6 +46,9 @@ public:
 		vIdxVtxAct.push_back(pRec);
 		++numActive;
 	}
+	// n new records at the end (the batch), returned for the caller to set
+	// completely (key, active, vertex) in key order; they count as active.
+	IdxVtxAct** appendRecords(size_t n);
 	// Stable sort of n values (key << 32 | position) by key; aBuffer is scratch
 	// space for n values.
 	static void sortKeyIndexPairs(uint64_t* aPairs, uint64_t* aBuffer, size_t n);
@@ -100,6 +103,17 @@ public:
 	// Forgets every record and frees their memory (the vertices belong to the
 	// triangulation's pool).
 	void clear();
+	// Fake box: four corners around a batch that is inserted in parallel.
+	// Registers the four corners (with their keys) among the sorted records,
+	// in one move of a pending batch.
+	void addFakeBox(Point2* const aCorner[4], const uint32_t aKey[4]);
+	Point2* getFakeBoxCorner(size_t i) const;
+	// Hands the four corners out for removal from the mesh and forgets them.
+	void removeFakeBox(std::vector<Point2*>& vCorners);
+	// Before the batch is merged: where a duplicate and the vertex it resolves
+	// to both belong to the batch, the kept vertex takes the height and custom
+	// index of the copy given first (parallel insertion may keep a later one).
+	void adoptFirstCopyData();
 
 	bool isFullDimensional() const { return bFullDimensional; }
 	void setFullDimensional() { bFullDimensional = true; }
@@ -122,6 +136,7 @@ private:
 	size_t numSorted; // records [0, numSorted) are merged and sorted by key; the rest is a batch or the tail of single vertices
 	size_t numActive;
 	std::map<Point2*, Point2*> mRedundant2UniqueVtx;
+	std::vector<Point2*> vFakeBoxHandles;
 	bool bFullDimensional;
 };
 

@@ -449,6 +449,15 @@ TEST(ConstraintBookkeeping, CrossingSegmentsSplitIntoFourAliveHalves)
 			EXPECT_FALSE(dt.isConstraint(pCSeg->getSrc(), pCSeg->getTrg()));
 		}
 	}
+	// A constraint vertex stays: removal is refused with a warning.
+	size_t numPoints(dt.numberOfPoints());
+	testing::internal::CaptureStdout();
+	dt.remove(pCross);
+	std::string out(testing::internal::GetCapturedStdout());
+	EXPECT_NE(out.find("Dt2::remove(..), WARNING: Illegal: Can't remove a constraint vertex"), std::string::npos);
+	EXPECT_EQ(dt.numberOfPoints(), numPoints);
+	EXPECT_TRUE(dt.isConstraint(pCross));
+	EXPECT_TRUE(dt.checkValidity(true, "constraintVertexKept"));
 }
 
 TEST(ConstraintBookkeeping, SegmentThroughVertexSplitsThereWithoutNewVertex)

@@ -61,3 +61,22 @@ TEST(SingleInsertions, DuplicatesRemovalsAndBatchesAcrossTheTail)
 	EXPECT_EQ(vVertices.size(), mFirstAtPlace.size());
 	EXPECT_TRUE(dt.checkValidity(true, "singleInsertions"));
 }
+
+TEST(SingleInsertions, ParallelBatchAfterSingleInsertions)
+{
+	std::mt19937 gen(11);
+	std::uniform_real_distribution<double> coord(0.0, 1000.0);
+	Mirel_2D dt(100);
+	dt.setNumCPU(2);
+	std::vector<Point2*> vSingles;
+	for(int i = 0; i < 500; ++i) vSingles.push_back(dt.insert(Point2(coord(gen), coord(gen), i)));
+	std::vector<Point2> vBatch;
+	for(int i = 0; i < 5000; ++i) vBatch.push_back(Point2(coord(gen), coord(gen), -i));
+	// Some batch points repeat single ones: they resolve to the single vertices.
+	for(int i = 0; i < 100; ++i) vBatch[size_t(i) * 37] = Point2(vSingles[size_t(i)]->x(), vSingles[size_t(i)]->y(), 0.5);
+	std::vector<Point2*> vHandles;
+	dt.insert(vBatch, vHandles);
+	for(int i = 0; i < 100; ++i) EXPECT_EQ(vHandles[size_t(i) * 37], vSingles[size_t(i)]);
+	EXPECT_EQ(dt.numberOfPoints(), 500u + 5000u - 100u);
+	EXPECT_TRUE(dt.checkValidity(true, "parallelAfterSingles"));
+}

@@ -1,0 +1,406 @@
+// Parallel insertion against an independent validator (filtered doubles with
+// an exact rational fall-back) and against sequential insertion of the same
+// batch: exact Delaunay, same vertices, same handles (first z at a place),
+// the same triangles for points in general position, and no trace of the fake
+// box afterwards. Suites named *Parallel* stay small enough for the thread
+// sanitizer; LargeBatch holds the million-point cases.
+#include "Dt2.h"
+#include "Mirel_2D.h"
+#include "Triangle2.h"
+#include <gmpxx.h>
+#include <gtest/gtest.h>
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <map>
+#include <random>
+#include <set>
+#include <thread>
+#include <tuple>
+#include <vector>
+
+using namespace MIREL25D;
+
+namespace {
+
+int exactOrientation(const Point2& a, const Point2& b, const Point2& c)
+{
+	mpq_class ax(a.x()), ay(a.y()), bx(b.x()), by(b.y()), cx(c.x()), cy(c.y());
+	mpq_class det((ax - cx) * (by - cy) - (ay - cy) * (bx - cx));
+	return sgn(det);
+}
+
+// > 0: d strictly inside the circumcircle of the counterclockwise a, b, c.
+int inCircle(const Point2& a, const Point2& b, const Point2& c, const Point2& d)
+{
+	double adx(a.x() - d.x()), ady(a.y() - d.y()), bdx(b.x() - d.x()), bdy(b.y() - d.y()), cdx(c.x() - d.x()), cdy(c.y() - d.y());
+	double la(adx * adx + ady * ady), lb(bdx * bdx + bdy * bdy), lc(cdx * cdx + cdy * cdy);
+	double det(la * (bdx * cdy - bdy * cdx) + lb * (cdx * ady - cdy * adx) + lc * (adx * bdy - ady * bdx));
+	double perm(la * (std::fabs(bdx * cdy) + std::fabs(bdy * cdx)) + lb * (std::fabs(cdx * ady) + std::fabs(cdy * adx)) +
+				lc * (std::fabs(adx * bdy) + std::fabs(ady * bdx)));
+	double bound(1e-14 * perm);
+	if(det > bound) return 1;
+	if(det < -bound) return -1;
+	mpq_class qadx(mpq_class(a.x()) - d.x()), qady(mpq_class(a.y()) - d.y());
+	mpq_class qbdx(mpq_class(b.x()) - d.x()), qbdy(mpq_class(b.y()) - d.y());
+	mpq_class qcdx(mpq_class(c.x()) - d.x()), qcdy(mpq_class(c.y()) - d.y());
+	mpq_class qla(qadx * qadx + qady * qady), qlb(qbdx * qbdx + qbdy * qbdy), qlc(qcdx * qcdx + qcdy * qcdy);
+	mpq_class qdet(qadx * (qbdy * qlc - qlb * qcdy) - qady * (qbdx * qlc - qlb * qcdx) + qla * (qbdx * qcdy - qbdy * qcdx));
+	return sgn(qdet);
+}
+
+bool samePlace(const Point2& a, const Point2& b)
+{
+	return a.x() == b.x() && a.y() == b.y();
+}
+
+// Valid, exactly Delaunay, vertices = the distinct input places, incident
+// triangles valid, and the hull holds only input places.
+void validate(Mirel_2D& dt, const std::vector<Point2>& vPlaces)
+{
+	std::vector<Triangle2*> vT;
+	dt.getTrianglePointers(vT);
+	std::vector<Point2*> vVtx;
+	dt.getVertexPointers(vVtx);
+	ASSERT_EQ(vT.size(), dt.numberOfTriangles());
+	ASSERT_EQ(vVtx.size(), dt.numberOfPoints());
+	std::set<std::pair<double, double>> sExpected, sGot;
+	for(const Point2& p : vPlaces) sExpected.insert(std::make_pair(p.x(), p.y()));
+	for(const Point2* p : vVtx) sGot.insert(std::make_pair(p->x(), p->y()));
+	ASSERT_EQ(vVtx.size(), sGot.size());
+	ASSERT_TRUE(sGot == sExpected) << "vertex places differ from the input places";
+	if(!dt.hasArea())
+	{
+		ASSERT_TRUE(vT.empty());
+		return;
+	}
+
+	std::set<const Triangle2*> sLive(vT.begin(), vT.end());
+	std::set<const Point2*> sCorners;
+	size_t numHullEdges(0);
+	for(Triangle2* pT : vT)
+	{
+		for(int i = 0; i < 3; ++i) sCorners.insert(pT->getCorner(i));
+		ASSERT_EQ(exactOrientation(*pT->getCorner(0), *pT->getCorner(1), *pT->getCorner(2)), 1);
+		for(int i = 0; i < 3; ++i)
+		{
+			Triangle2* pN(pT->getOppositeTriangle(i));
+			if(pN == nullptr)
+			{
+				++numHullEdges;
+				continue;
+			}
+			ASSERT_EQ(sLive.count(pN), 1u);
+			int j(-1);
+			for(int k = 0; k < 3; ++k)
+				if(pN->getOppositeTriangle(k) == pT) j = k;
+			ASSERT_GE(j, 0) << "neighbour does not point back";
+			ASSERT_EQ(pN->getCorner(nextIndex(j)), pT->getCorner(prevIndex(i)));
+			ASSERT_EQ(pN->getCorner(prevIndex(j)), pT->getCorner(nextIndex(i)));
+			ASSERT_LE(inCircle(*pT->getCorner(0), *pT->getCorner(1), *pT->getCorner(2), *pN->getCorner(j)), 0) << "edge not Delaunay";
+		}
+	}
+	// Euler: a triangulation of n points with h on the hull border has 2n-2-h triangles.
+	ASSERT_EQ(vT.size(), 2 * vVtx.size() - 2 - numHullEdges);
+	ASSERT_EQ(sCorners.size(), vVtx.size());
+	for(Point2* pVtx : vVtx)
+	{
+		Triangle2* pInc(pVtx->getIncidentTriangle());
+		ASSERT_EQ(sLive.count(pInc), 1u);
+		ASSERT_TRUE(pInc->hasVertex(pVtx));
+	}
+	// The border is the convex hull: counterclockwise, no right turn anywhere
+	// (collinear border points are hull vertices), made of input points only.
+	std::vector<Point2*> vHull;
+	dt.getConvexHull(true, vHull);
+	ASSERT_EQ(vHull.size(), numHullEdges);
+	for(size_t i = 0; i < vHull.size(); ++i)
+	{
+		const Point2* p(vHull[i]);
+		ASSERT_EQ(sExpected.count(std::make_pair(p->x(), p->y())), 1u) << "hull vertex not an input point";
+		ASSERT_GE(exactOrientation(*p, *vHull[(i + 1) % vHull.size()], *vHull[(i + 2) % vHull.size()]), 0) << "border not convex";
+	}
+}
+
+using TriangleKey = std::array<std::pair<double, double>, 3>;
+
+std::set<TriangleKey> triangleSet(Mirel_2D& dt)
+{
+	std::vector<Triangle2*> vT;
+	dt.getTrianglePointers(vT);
+	std::set<TriangleKey> s;
+	for(Triangle2* pT : vT)
+	{
+		TriangleKey k;
+		for(int i = 0; i < 3; ++i) k[size_t(i)] = std::make_pair(pT->getCorner(i)->x(), pT->getCorner(i)->y());
+		std::sort(k.begin(), k.end());
+		s.insert(k);
+	}
+	return s;
+}
+
+// Handle i of both runs: same place, same height, same custom index (the
+// first copy's), and equal places share one vertex within a run.
+void compareHandles(const std::vector<Point2>& vPoints, const std::vector<Point2*>& vSeq, const std::vector<Point2*>& vPar)
+{
+	ASSERT_EQ(vSeq.size(), vPoints.size());
+	ASSERT_EQ(vPar.size(), vPoints.size());
+	std::map<std::pair<double, double>, Point2*> mPar;
+	for(size_t i = 0; i < vPoints.size(); ++i)
+	{
+		ASSERT_NE(vPar[i], nullptr);
+		ASSERT_TRUE(samePlace(*vPar[i], vPoints[i]));
+		ASSERT_EQ(vPar[i]->z(), vSeq[i]->z()) << "input " << i;
+		ASSERT_EQ(vPar[i]->getCustomIndex(), vSeq[i]->getCustomIndex());
+		auto ins(mPar.insert(std::make_pair(std::make_pair(vPoints[i].x(), vPoints[i].y()), vPar[i])));
+		ASSERT_EQ(ins.first->second, vPar[i]) << "one place, two vertices";
+	}
+}
+
+// Inserts with numThreads and sequentially; checks the parallel result.
+void insertAndCompare(const std::vector<Point2>& vPoints, int numThreads, bool bSameTriangles)
+{
+	Mirel_2D seq(static_cast<unsigned>(vPoints.size())), par(static_cast<unsigned>(vPoints.size()));
+	ASSERT_EQ(par.setNumCPU(numThreads), numThreads);
+	std::vector<Point2*> vSeqHandles, vParHandles;
+	seq.insert(vPoints, vSeqHandles);
+	par.insert(vPoints, vParHandles);
+	validate(par, vPoints);
+	if(::testing::Test::HasFatalFailure()) return;
+	ASSERT_EQ(par.numberOfPoints(), seq.numberOfPoints());
+	ASSERT_EQ(par.numberOfTriangles(), seq.numberOfTriangles());
+	compareHandles(vPoints, vSeqHandles, vParHandles);
+	if(bSameTriangles)
+	{
+		ASSERT_TRUE(triangleSet(seq) == triangleSet(par)) << "triangles differ from sequential insertion";
+	}
+}
+
+std::vector<Point2> uniformPoints(unsigned seed, size_t n)
+{
+	std::mt19937 rng(seed);
+	std::uniform_real_distribution<double> d(-500.0, 1500.0);
+	std::vector<Point2> v;
+	v.reserve(n);
+	for(size_t i = 0; i < n; ++i)
+	{
+		v.push_back(Point2(d(rng), d(rng), double(i)));
+		v.back().setCustomIndex(int(i));
+	}
+	return v;
+}
+
+std::vector<Point2> gridPoints(int nx)
+{
+	std::vector<Point2> v;
+	for(int i = 0; i < nx; ++i)
+		for(int j = 0; j < nx; ++j) v.push_back(Point2(i, j, double(i * nx + j)));
+	// Not in scan order: the batch order must not matter.
+	std::shuffle(v.begin(), v.end(), std::mt19937(7));
+	return v;
+}
+
+// Tight clusters of very different sizes, some points repeated with other
+// heights (duplicates resolve to the first copy).
+std::vector<Point2> clusteredPoints(unsigned seed, size_t n)
+{
+	std::mt19937 rng(seed);
+	std::uniform_real_distribution<double> centre(0.0, 1e4);
+	std::vector<Point2> v;
+	size_t c(0);
+	while(v.size() < n)
+	{
+		std::normal_distribution<double> spread(0.0, c % 3 == 0 ? 1e-3 : 10.0);
+		double cx(centre(rng)), cy(centre(rng));
+		size_t m(std::min(n - v.size(), size_t(500) << (c % 5)));
+		for(size_t i = 0; i < m; ++i) v.push_back(Point2(cx + spread(rng), cy + spread(rng), double(v.size())));
+		++c;
+	}
+	std::uniform_int_distribution<size_t> pick(0, v.size() - 1);
+	for(size_t i = 0; i < n / 50; ++i)
+	{
+		Point2 p(v[pick(rng)]);
+		p.setZ(-1.0 - double(i));
+		v.push_back(p);
+	}
+	std::shuffle(v.begin(), v.end(), rng);
+	return v;
+}
+
+class ParallelInsert : public ::testing::TestWithParam<int>
+{};
+
+TEST_P(ParallelInsert, RandomBatchesEqualSequential)
+{
+	for(size_t n : {size_t(999), size_t(1000), size_t(100000)})
+	{
+		SCOPED_TRACE(n);
+		insertAndCompare(uniformPoints(unsigned(n) + unsigned(GetParam()), n), GetParam(), true);
+		if(HasFatalFailure()) return;
+	}
+}
+
+TEST_P(ParallelInsert, GridIsDelaunayWithSequentialVertices)
+{
+	insertAndCompare(gridPoints(300), GetParam(), false);
+}
+
+TEST_P(ParallelInsert, ClustersWithDuplicates)
+{
+	insertAndCompare(clusteredPoints(11u + unsigned(GetParam()), 30000), GetParam(), false);
+}
+
+// A second batch lands in an existing triangulation, partly outside it; the
+// validator sees both batches and no fake corner.
+TEST_P(ParallelInsert, SecondBatchIntoExistingMesh)
+{
+	std::vector<Point2> vFirst(uniformPoints(21, 20000));
+	std::vector<Point2> vSecond(uniformPoints(22, 30000));
+	for(Point2& p : vSecond) p.setCoords(p.x() * 1.5 - 800.0, p.y() * 0.7 + 100.0, p.z());
+	vSecond.push_back(vFirst[17]); // an old place again
+	Mirel_2D dt;
+	dt.setNumCPU(GetParam());
+	dt.insert(vFirst);
+	std::vector<Point2*> vHandles;
+	dt.insert(vSecond, vHandles);
+	std::vector<Point2> vAll(vFirst);
+	vAll.insert(vAll.end(), vSecond.begin(), vSecond.end());
+	validate(dt, vAll);
+	ASSERT_EQ(vHandles.back()->z(), vFirst[17].z()); // the old vertex stays
+	ASSERT_EQ(dt.numberOfPoints(), vFirst.size() + vSecond.size() - 1);
+}
+
+TEST_P(ParallelInsert, BatchAfterCollinearPoints)
+{
+	Mirel_2D dt;
+	dt.setNumCPU(GetParam());
+	std::vector<Point2> vLine;
+	for(int i = 0; i < 50; ++i) vLine.push_back(Point2(i, 2 * i, 0.0));
+	dt.insert(vLine);
+	ASSERT_FALSE(dt.hasArea());
+	std::vector<Point2> vBatch(uniformPoints(5, 5000));
+	dt.insert(vBatch);
+	vBatch.insert(vBatch.end(), vLine.begin(), vLine.end());
+	validate(dt, vBatch);
+}
+
+// All points on one line: the batch takes the parallel path, and once the fake
+// box is gone nothing with an area is left.
+TEST_P(ParallelInsert, CollinearBatchHasNoTriangles)
+{
+	Mirel_2D dt;
+	dt.setNumCPU(GetParam());
+	std::vector<Point2> vLine;
+	for(int i = 0; i < 3000; ++i) vLine.push_back(Point2(0.5 * i, 100.0 - 0.25 * i, double(i)));
+	std::shuffle(vLine.begin(), vLine.end(), std::mt19937(3));
+	std::vector<Point2*> vHandles;
+	dt.insert(vLine, vHandles);
+	validate(dt, vLine);
+	ASSERT_FALSE(dt.hasArea());
+	ASSERT_EQ(dt.numberOfPoints(), vLine.size());
+	for(size_t i = 0; i < vLine.size(); ++i) ASSERT_EQ(vHandles[i]->z(), vLine[i].z());
+}
+
+// One place given many times: one vertex, the first height, no triangle; the
+// fake box around a single place is removed completely.
+TEST_P(ParallelInsert, OnePlaceManyTimes)
+{
+	std::vector<Point2> vPoints;
+	for(int i = 0; i < 2500; ++i) vPoints.push_back(Point2(3.25, -7.5, double(i)));
+	Mirel_2D dt;
+	dt.setNumCPU(GetParam());
+	std::vector<Point2*> vHandles;
+	dt.insert(vPoints, vHandles);
+	validate(dt, vPoints);
+	ASSERT_EQ(dt.numberOfPoints(), 1u);
+	ASSERT_FALSE(dt.hasArea());
+	for(Point2* pHandle : vHandles)
+	{
+		ASSERT_EQ(pHandle, vHandles[0]);
+		ASSERT_EQ(pHandle->z(), 0.0);
+	}
+}
+
+// The coordinate-array entry point takes the same path; handles in input order.
+TEST_P(ParallelInsert, CoordinateArrayWithHandles)
+{
+	std::vector<Point2> vPoints(uniformPoints(31, 5000));
+	vPoints.push_back(vPoints[100]);
+	std::vector<double> vCoords;
+	for(const Point2& p : vPoints)
+	{
+		vCoords.push_back(p.x());
+		vCoords.push_back(p.y());
+		vCoords.push_back(p.z());
+	}
+	Mirel_2D dt;
+	dt.setNumCPU(GetParam());
+	std::vector<Point2*> vHandles(vPoints.size(), nullptr);
+	dt.insert(int(vPoints.size()), &vCoords[0], &vHandles[0]);
+	validate(dt, vPoints);
+	for(size_t i = 0; i < vPoints.size(); ++i)
+	{
+		ASSERT_TRUE(samePlace(*vHandles[i], vPoints[i]));
+		ASSERT_EQ(vHandles[i]->getCustomIndex(), -1);
+	}
+	ASSERT_EQ(vHandles.back(), vHandles[100]);
+	ASSERT_EQ(vHandles.back()->z(), vPoints[100].z());
+}
+
+INSTANTIATE_TEST_SUITE_P(Threads, ParallelInsert, ::testing::Values(2, 3, 4, 8));
+
+TEST(ParallelConfig, SetNumCPU)
+{
+	Mirel_2D dt;
+	EXPECT_EQ(dt.setNumCPU(-3), 1);
+	EXPECT_EQ(dt.setNumCPU(8), 8);
+	unsigned hw(std::thread::hardware_concurrency());
+	EXPECT_EQ(dt.setNumCPU(0), hw < 1 ? 1 : int(hw));
+	dt.setNumCPU(1);
+	dt.enableMultithreading();
+	EXPECT_EQ(dt.getImpl()->getNumCPU(), hw < 1 ? 1 : int(hw));
+	// One thread configured is the sequential path with the same result.
+	std::vector<Point2> vPoints(uniformPoints(9, 3000));
+	dt.setNumCPU(-1);
+	dt.insert(vPoints);
+	validate(dt, vPoints);
+}
+
+// ---- Large batches (outside the sanitizer's selection) ----
+
+class LargeBatch : public ::testing::TestWithParam<int>
+{};
+
+TEST_P(LargeBatch, MillionRandomPointsEqualSequential)
+{
+	insertAndCompare(uniformPoints(1234, 1000000), GetParam(), true);
+}
+
+TEST_P(LargeBatch, MillionGridPoints)
+{
+	insertAndCompare(gridPoints(1000), GetParam(), false);
+}
+
+// Two large batches, the second overlapping the first and reaching beyond it.
+TEST_P(LargeBatch, SecondLargeBatchEqualsSequential)
+{
+	std::vector<Point2> vFirst(uniformPoints(77, 500000)), vSecond(uniformPoints(78, 500000));
+	for(Point2& p : vSecond) p.setCoords(p.x() * 1.3 + 200.0, p.y(), p.z());
+	Mirel_2D seq, par;
+	par.setNumCPU(GetParam());
+	std::vector<Point2*> vSeqHandles, vParHandles;
+	seq.insert(vFirst);
+	par.insert(vFirst);
+	seq.insert(vSecond, vSeqHandles);
+	par.insert(vSecond, vParHandles);
+	std::vector<Point2> vAll(vFirst);
+	vAll.insert(vAll.end(), vSecond.begin(), vSecond.end());
+	validate(par, vAll);
+	if(HasFatalFailure()) return;
+	compareHandles(vSecond, vSeqHandles, vParHandles);
+	ASSERT_TRUE(triangleSet(seq) == triangleSet(par));
+}
+
+INSTANTIATE_TEST_SUITE_P(Big, LargeBatch, ::testing::Values(2, 4));
+
+} // namespace
