@@ -165,25 +165,12 @@ int Dt2::setNumCPU(int numCPU_)
 
 void Dt2::subscribe(MsgType msgType, MsgBase* pListener)
 {
-	auto range(mListeners.equal_range(msgType));
-	for(auto it = range.first; it != range.second; ++it)
-	{
-		if(it->second == pListener) return;
-	}
-	mListeners.insert(std::make_pair(msgType, pListener));
+	mListeners.add(msgType, pListener);
 }
 
 void Dt2::unsubscribe(MsgType msgType, MsgBase* pListener)
 {
-	auto range(mListeners.equal_range(msgType));
-	for(auto it = range.first; it != range.second; ++it)
-	{
-		if(it->second == pListener)
-		{
-			mListeners.erase(it);
-			return;
-		}
-	}
+	mListeners.remove(msgType, pListener);
 }
 
 // ======================================================================

@@ -3,6 +3,7 @@
 #include "GeomTest.h"
 #include "HilbertGrid.h"
 #include "ConstraintSegment2.h"
+#include "ListenerTable.h"
 #include "MirelExportMacro.h"
 #include "MsgBase.h"
 #include "Point2.h"
@@ -13,7 +14,6 @@
 #include "VertexVault.h"
 #include "Zone2.h"
 #include <cstddef>
-#include <map>
 #include <string>
 #include <utility>
 #include <vector>
@@ -201,7 +201,7 @@ private:
 	ConstraintWork* pConstraintWork; // reused work lists of constraint insertion
 	int numCPU;
 	std::string name;
-	std::multimap<MsgType, MsgBase*> mListeners;
+	ListenerTable mListeners;
 	ProgressReporter progress;
 
 	// ======================================================================

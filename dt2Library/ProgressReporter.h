@@ -1,7 +1,6 @@
 #pragma once
-#include "MsgBase.h"
+#include "ListenerTable.h"
 #include <cstddef>
-#include <map>
 
 namespace MIREL25D {
 
@@ -11,14 +10,14 @@ namespace MIREL25D {
 class ProgressReporter
 {
 public:
-	explicit ProgressReporter(const std::multimap<MsgType, MsgBase*>& mListeners_)
+	explicit ProgressReporter(const ListenerTable& mListeners_)
 		: mListeners(mListeners_), pOperationName(nullptr), bActive(false), total(0.0), updateInterval(1.0), done(0.0), nextUpdate(0.0)
 	{}
 
 	void start(const char* pOperationName_, double total_)
 	{
 		pOperationName = pOperationName_;
-		bActive = mListeners.count(MSG_PROGRESS) > 0;
+		bActive = mListeners.has(MSG_PROGRESS);
 		if(!bActive) return;
 		total = total_;
 		updateInterval = total / 100.0 < 1.0 ? 1.0 : total / 100.0;
@@ -52,11 +51,10 @@ public:
 private:
 	void send(double percent)
 	{
-		auto range(mListeners.equal_range(MSG_PROGRESS));
-		for(auto it = range.first; it != range.second; ++it) it->second->update(MSG_PROGRESS, percent);
+		mListeners.send(MSG_PROGRESS, percent);
 	}
 
-	const std::multimap<MsgType, MsgBase*>& mListeners;
+	const ListenerTable& mListeners;
 	const char* pOperationName;
 	bool bActive;
 	double total;

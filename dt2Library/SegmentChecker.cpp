@@ -1,6 +1,7 @@
 #include "SegmentChecker.h"
 #include "Color.h"
 #include "GeomTest.h"
+#include "ListenerTable.h"
 #include "Visualizer2.h"
 #include "tools.h"
 #include <algorithm>
@@ -8,7 +9,6 @@
 #include <iostream>
 #include <string>
 #include <limits>
-#include <map>
 #include <memory>
 #include <unordered_map>
 
@@ -145,7 +145,7 @@ struct SegmentCheckerData
 	bool bTreeBuilt{false};
 	BoxTree tree;
 	std::unique_ptr<GeomTest> pGeomTest{new GeomTest};
-	std::multimap<MsgType, MsgBase*> mSubscribers;
+	ListenerTable mSubscribers;
 
 	void buildTreeOnce()
 	{
@@ -174,7 +174,7 @@ struct SegmentCheckerData
 
 	void publishProgress(double percent)
 	{
-		for(auto it = mSubscribers.begin(); it != mSubscribers.end(); ++it) it->second->update(it->first, percent);
+		mSubscribers.send(MSG_PROGRESS, percent);
 	}
 
 	bool classifyDegenerate(const Point2& p1, const Point2& p2, const Point2& p3, const Point2& p4, SegmentIntersectionType& sit);
@@ -433,12 +433,7 @@ void SegmentChecker::showIllegalSegments(bool bAlsoEndPointIntersections, const 
 
 void SegmentChecker::subscribe(MsgType msgType, MsgBase* pListener)
 {
-	auto range(pSCD->mSubscribers.equal_range(msgType));
-	for(auto it = range.first; it != range.second; ++it)
-	{
-		if(it->second == pListener) return;
-	}
-	pSCD->mSubscribers.emplace(msgType, pListener);
+	pSCD->mSubscribers.add(msgType, pListener);
 }
 
 void SegmentChecker::unsubscribe(MsgType msgType, MsgBase* pListener)
@@ -448,15 +443,7 @@ void SegmentChecker::unsubscribe(MsgType msgType, MsgBase* pListener)
 		sendWarning("SegmentChecker::unsubscribe()", "No publisher present");
 		return;
 	}
-	auto range(pSCD->mSubscribers.equal_range(msgType));
-	for(auto it = range.first; it != range.second; ++it)
-	{
-		if(it->second == pListener)
-		{
-			pSCD->mSubscribers.erase(it);
-			return;
-		}
-	}
+	pSCD->mSubscribers.remove(msgType, pListener);
 }
 
 } // namespace MIREL25D

@@ -613,25 +613,12 @@ void Zone2::show(Visualizer2* pVisualizer, bool bShowFull) const
 
 void Zone2::subscribe(MsgType msgType, MsgBase* pListener)
 {
-	auto range(mListeners.equal_range(msgType));
-	for(auto it = range.first; it != range.second; ++it)
-	{
-		if(it->second == pListener) return;
-	}
-	mListeners.insert(std::make_pair(msgType, pListener));
+	mListeners.add(msgType, pListener);
 }
 
 void Zone2::unsubscribe(MsgType msgType, MsgBase* pListener)
 {
-	auto range(mListeners.equal_range(msgType));
-	for(auto it = range.first; it != range.second; ++it)
-	{
-		if(it->second == pListener)
-		{
-			mListeners.erase(it);
-			return;
-		}
-	}
+	mListeners.remove(msgType, pListener);
 }
 
 // ======================================================================

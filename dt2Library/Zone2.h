@@ -1,12 +1,12 @@
 #pragma once
 #include "Bbox2.h"
 #include "Edge2.h"
+#include "ListenerTable.h"
 #include "MirelExportMacro.h"
 #include "MsgBase.h"
 #include "Point2.h"
 #include "Segment2.h"
 #include <cstddef>
-#include <map>
 #include <vector>
 
 namespace MIREL25D {
@@ -108,7 +108,7 @@ private:
 	std::vector<ConstraintGraph2*> vConstraintGraphs;
 	std::vector<Point2> vStartPoints;
 	std::vector<Zone2*> vInputZones;
-	std::multimap<MsgType, MsgBase*> mListeners;
+	ListenerTable mListeners;
 };
 
 // A user's test for peelOffIf: true means the triangle is to be removed.
