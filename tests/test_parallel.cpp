@@ -7,11 +7,10 @@
 #include "Dt2.h"
 #include "Mirel_2D.h"
 #include "Triangle2.h"
-#include <gmpxx.h>
+#include "test_support.h"
 #include <gtest/gtest.h>
 #include <algorithm>
 #include <array>
-#include <cmath>
 #include <map>
 #include <random>
 #include <set>
@@ -23,102 +22,28 @@ using namespace MIREL25D;
 
 namespace {
 
-int exactOrientation(const Point2& a, const Point2& b, const Point2& c)
-{
-	mpq_class ax(a.x()), ay(a.y()), bx(b.x()), by(b.y()), cx(c.x()), cy(c.y());
-	mpq_class det((ax - cx) * (by - cy) - (ay - cy) * (bx - cx));
-	return sgn(det);
-}
-
-// > 0: d strictly inside the circumcircle of the counterclockwise a, b, c.
-int inCircle(const Point2& a, const Point2& b, const Point2& c, const Point2& d)
-{
-	double adx(a.x() - d.x()), ady(a.y() - d.y()), bdx(b.x() - d.x()), bdy(b.y() - d.y()), cdx(c.x() - d.x()), cdy(c.y() - d.y());
-	double la(adx * adx + ady * ady), lb(bdx * bdx + bdy * bdy), lc(cdx * cdx + cdy * cdy);
-	double det(la * (bdx * cdy - bdy * cdx) + lb * (cdx * ady - cdy * adx) + lc * (adx * bdy - ady * bdx));
-	double perm(la * (std::fabs(bdx * cdy) + std::fabs(bdy * cdx)) + lb * (std::fabs(cdx * ady) + std::fabs(cdy * adx)) +
-				lc * (std::fabs(adx * bdy) + std::fabs(ady * bdx)));
-	double bound(1e-14 * perm);
-	if(det > bound) return 1;
-	if(det < -bound) return -1;
-	mpq_class qadx(mpq_class(a.x()) - d.x()), qady(mpq_class(a.y()) - d.y());
-	mpq_class qbdx(mpq_class(b.x()) - d.x()), qbdy(mpq_class(b.y()) - d.y());
-	mpq_class qcdx(mpq_class(c.x()) - d.x()), qcdy(mpq_class(c.y()) - d.y());
-	mpq_class qla(qadx * qadx + qady * qady), qlb(qbdx * qbdx + qbdy * qbdy), qlc(qcdx * qcdx + qcdy * qcdy);
-	mpq_class qdet(qadx * (qbdy * qlc - qlb * qcdy) - qady * (qbdx * qlc - qlb * qcdx) + qla * (qbdx * qcdy - qbdy * qcdx));
-	return sgn(qdet);
-}
-
 bool samePlace(const Point2& a, const Point2& b)
 {
 	return a.x() == b.x() && a.y() == b.y();
 }
 
-// Valid, exactly Delaunay, vertices = the distinct input places, incident
-// triangles valid, and the hull holds only input places.
+// The shared validator, and the border that getConvexHull reports: as many
+// vertices as the mesh has border edges, counterclockwise, no right turn
+// anywhere (collinear border points are hull vertices), input points only.
 void validate(Mirel_2D& dt, const std::vector<Point2>& vPlaces)
 {
-	std::vector<Triangle2*> vT;
-	dt.getTrianglePointers(vT);
-	std::vector<Point2*> vVtx;
-	dt.getVertexPointers(vVtx);
-	ASSERT_EQ(vT.size(), dt.numberOfTriangles());
-	ASSERT_EQ(vVtx.size(), dt.numberOfPoints());
-	std::set<std::pair<double, double>> sExpected, sGot;
-	for(const Point2& p : vPlaces) sExpected.insert(std::make_pair(p.x(), p.y()));
-	for(const Point2* p : vVtx) sGot.insert(std::make_pair(p->x(), p->y()));
-	ASSERT_EQ(vVtx.size(), sGot.size());
-	ASSERT_TRUE(sGot == sExpected) << "vertex places differ from the input places";
-	if(!dt.hasArea())
-	{
-		ASSERT_TRUE(vT.empty());
-		return;
-	}
-
-	std::set<const Triangle2*> sLive(vT.begin(), vT.end());
-	std::set<const Point2*> sCorners;
-	size_t numHullEdges(0);
-	for(Triangle2* pT : vT)
-	{
-		for(int i = 0; i < 3; ++i) sCorners.insert(pT->getCorner(i));
-		ASSERT_EQ(exactOrientation(*pT->getCorner(0), *pT->getCorner(1), *pT->getCorner(2)), 1);
-		for(int i = 0; i < 3; ++i)
-		{
-			Triangle2* pN(pT->getOppositeTriangle(i));
-			if(pN == nullptr)
-			{
-				++numHullEdges;
-				continue;
-			}
-			ASSERT_EQ(sLive.count(pN), 1u);
-			int j(-1);
-			for(int k = 0; k < 3; ++k)
-				if(pN->getOppositeTriangle(k) == pT) j = k;
-			ASSERT_GE(j, 0) << "neighbour does not point back";
-			ASSERT_EQ(pN->getCorner(nextIndex(j)), pT->getCorner(prevIndex(i)));
-			ASSERT_EQ(pN->getCorner(prevIndex(j)), pT->getCorner(nextIndex(i)));
-			ASSERT_LE(inCircle(*pT->getCorner(0), *pT->getCorner(1), *pT->getCorner(2), *pN->getCorner(j)), 0) << "edge not Delaunay";
-		}
-	}
-	// Euler: a triangulation of n points with h on the hull border has 2n-2-h triangles.
-	ASSERT_EQ(vT.size(), 2 * vVtx.size() - 2 - numHullEdges);
-	ASSERT_EQ(sCorners.size(), vVtx.size());
-	for(Point2* pVtx : vVtx)
-	{
-		Triangle2* pInc(pVtx->getIncidentTriangle());
-		ASSERT_EQ(sLive.count(pInc), 1u);
-		ASSERT_TRUE(pInc->hasVertex(pVtx));
-	}
-	// The border is the convex hull: counterclockwise, no right turn anywhere
-	// (collinear border points are hull vertices), made of input points only.
+	mtest::validate(dt, vPlaces);
+	if(::testing::Test::HasFatalFailure() || !dt.hasArea()) return;
+	std::set<Point2> sExpected(vPlaces.begin(), vPlaces.end());
 	std::vector<Point2*> vHull;
 	dt.getConvexHull(true, vHull);
-	ASSERT_EQ(vHull.size(), numHullEdges);
+	// 2n-2-h triangles: the validator has checked h border edges.
+	ASSERT_EQ(vHull.size(), 2 * dt.numberOfPoints() - 2 - dt.numberOfTriangles());
 	for(size_t i = 0; i < vHull.size(); ++i)
 	{
 		const Point2* p(vHull[i]);
-		ASSERT_EQ(sExpected.count(std::make_pair(p->x(), p->y())), 1u) << "hull vertex not an input point";
-		ASSERT_GE(exactOrientation(*p, *vHull[(i + 1) % vHull.size()], *vHull[(i + 2) % vHull.size()]), 0) << "border not convex";
+		ASSERT_EQ(sExpected.count(*p), 1u) << "hull vertex not an input point";
+		ASSERT_GE(mtest::exactOrientation(*p, *vHull[(i + 1) % vHull.size()], *vHull[(i + 2) % vHull.size()]), 0) << "border not convex";
 	}
 }
 

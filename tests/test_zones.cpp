@@ -76,9 +76,12 @@ int windingNumber(const Ring& ring, const mpq_class& qx, const mpq_class& qy)
 	return wn;
 }
 
-bool isInside(const Ring& ring, const Triangle2* pT)
+// The exact centroid: strictly inside the triangle, so it tells which region
+// the whole triangle lies in.
+void exactCentroid(const Triangle2* pT, mpq_class& qx, mpq_class& qy)
 {
-	mpq_class qx(0), qy(0);
+	qx = 0;
+	qy = 0;
 	for(int i = 0; i < 3; ++i)
 	{
 		qx += pT->getCorner(i)->x();
@@ -86,6 +89,12 @@ bool isInside(const Ring& ring, const Triangle2* pT)
 	}
 	qx /= 3;
 	qy /= 3;
+}
+
+bool isInside(const Ring& ring, const Triangle2* pT)
+{
+	mpq_class qx, qy;
+	exactCentroid(pT, qx, qy);
 	return windingNumber(ring, qx, qy) != 0;
 }
 
@@ -509,14 +518,8 @@ TEST(Zones, TriangleSetZonesWithComponentsAndHolesSurviveInsertions)
 	dt.createConstraint(vCross, CIS_CONSTRAINED_DELAUNAY, false);
 	vAll = allTriangles(dt);
 	auto inRegion = [&](Triangle2* pT) {
-		mpq_class qx(0), qy(0);
-		for(int i = 0; i < 3; ++i)
-		{
-			qx += pT->getCorner(i)->x();
-			qy += pT->getCorner(i)->y();
-		}
-		qx /= 3;
-		qy /= 3;
+		mpq_class qx, qy;
+		exactCentroid(pT, qx, qy);
 		for(const std::vector<Point2>& t : vRegion)
 		{
 			if(windingNumber(t, qx, qy) != 0) return true;
