@@ -324,15 +324,8 @@ bool ConstraintGraph2::makeDelaunay(double minLength)
 		getChildConstraintSegments(vStack);
 		std::sort(vStack.begin(), vStack.end());
 		vStack.erase(std::unique(vStack.begin(), vStack.end()), vStack.end());
-		while(!vStack.empty())
+		while(ConstraintSegment2* pCSeg = ConstraintSegment2::popAlivePiece(vStack))
 		{
-			ConstraintSegment2* pCSeg(vStack.back());
-			vStack.pop_back();
-			if(!pCSeg->isAlive())
-			{
-				if(pCSeg->getChildren().size() == 2) pCSeg->getChildrenRec(vStack);
-				continue;
-			}
 			Point2* pOpp0(nullptr);
 			Point2* pOpp1(nullptr);
 			if(isDelaunayPiece(pCSeg, pOpp0, pOpp1)) continue;

@@ -120,15 +120,8 @@ Point2* ConstraintSegment2::insertAndSplit(const Point2& splitPoint)
 
 	ConstraintMgr* pMgr(pOwnerDt->getConstraintMgr());
 	std::vector<ConstraintSegment2*> vWork(vChildren);
-	while(!vWork.empty())
+	while(ConstraintSegment2* pPiece = ConstraintSegment2::popAlivePiece(vWork))
 	{
-		ConstraintSegment2* pPiece(vWork.back());
-		vWork.pop_back();
-		if(!pPiece->isAlive())
-		{
-			if(!pPiece->vChildren.empty()) pPiece->getChildrenRec(vWork);
-			continue;
-		}
 		pMgr->apply(pPiece);
 	}
 	pOwnerDt->bfsFlipIncident(pSplit);
@@ -145,6 +138,18 @@ std::ostream& operator<<(std::ostream& stream, const ConstraintSegment2& cseg)
 	stream << *cseg.p1 << "\n";
 	stream << "length=" << std::sqrt(sqDistance2D(*cseg.p0, *cseg.p1));
 	return stream;
+}
+
+ConstraintSegment2* ConstraintSegment2::popAlivePiece(std::vector<ConstraintSegment2*>& vStack)
+{
+	while(!vStack.empty())
+	{
+		ConstraintSegment2* pPiece(vStack.back());
+		vStack.pop_back();
+		if(pPiece->isAlive()) return pPiece;
+		if(pPiece->vChildren.size() == 2) pPiece->getChildrenRec(vStack);
+	}
+	return nullptr;
 }
 
 } // namespace MIREL25D

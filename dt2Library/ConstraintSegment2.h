@@ -38,6 +38,9 @@ public:
 
 	// Appends the alive leaves below this split segment, first child first.
 	void getChildrenRec(std::vector<ConstraintSegment2*>& vChildConstraintSegments);
+	// Work lists of pieces: takes pieces from the back of vStack until an alive
+	// one comes up, replacing each dead piece by its alive leaves; null once empty.
+	static ConstraintSegment2* popAlivePiece(std::vector<ConstraintSegment2*>& vStack);
 	void getChildrenAndSplitPoint(ConstraintSegment2*& pCSeg0, ConstraintSegment2*& pCSeg1, Point2*& pSplit);
 	// Inserts splitPoint into the triangulation and splits this segment there;
 	// null when the point coincides with an endpoint.

@@ -577,48 +577,42 @@ void Dt2::initVCheckT24(Point2* v, Triangle2* t, int e)
 	vFlipStack.push_back(pT1);
 }
 
+// Walks along the hull from edge ith of pT, rotating through the fan around
+// the edge's source (backwards) or its target (forwards), and appends the hull
+// edges that v lies strictly right of; a collinear edge is not visible.
+void Dt2::collectVisibleHullEdges(const Point2* v, Triangle2* pT, int ith, bool bForward, std::vector<std::pair<Triangle2*, int>>& vEdges)
+{
+	auto turn = [bForward](int i) { return bForward ? prevIndex(i) : nextIndex(i); };
+	Point2* pPivot(pT->getCorner(turn(ith)));
+	Triangle2* pX(pT);
+	for(;;)
+	{
+		int m(pX->getIntraTriangleIndex(pPivot));
+		while(pX->getOppositeTriangle(turn(m)) != nullptr)
+		{
+			pX = pX->getOppositeTriangle(turn(m));
+			m = pX->getIntraTriangleIndex(pPivot);
+		}
+		int k(turn(m));
+		if(geomTest.getOrientation2(pX, k, v) != ORIENTATION2_CW) return;
+		vEdges.push_back(std::make_pair(pX, k));
+		pPivot = pX->getCorner(turn(k));
+	}
+}
+
 // v lies beyond hull edge ith of pT. The hull edges visible from v (v strictly
 // to their right) form one chain around edge ith; each gets a triangle
 // (v, edge target, edge source) whose edge 0 is the old hull edge.
 Triangle2* Dt2::insertVertexCH(Point2* v, Triangle2* pT, int ith)
 {
 	vVisibleHullEdgesBack.clear();
-	vVisibleHullEdges.clear();
 
-	// Backwards: the hull edge that ends at the source of the current one.
-	Point2* pSrc(pT->getCorner(nextIndex(ith)));
-	Triangle2* pX(pT);
-	for(;;)
-	{
-		int m(pX->getIntraTriangleIndex(pSrc));
-		while(pX->getOppositeTriangle(nextIndex(m)) != nullptr)
-		{
-			pX = pX->getOppositeTriangle(nextIndex(m));
-			m = pX->getIntraTriangleIndex(pSrc);
-		}
-		int k(nextIndex(m));
-		if(geomTest.getOrientation2(pX, k, v) != ORIENTATION2_CW) break;
-		vVisibleHullEdgesBack.push_back(std::make_pair(pX, k));
-		pSrc = pX->getCorner(nextIndex(k));
-	}
-	for(size_t i = vVisibleHullEdgesBack.size(); i > 0; --i) vVisibleHullEdges.push_back(vVisibleHullEdgesBack[i - 1]);
+	// Backwards from the source of edge ith, then forwards from its target; the
+	// backward chain is reversed so that the edges come in hull order.
+	collectVisibleHullEdges(v, pT, ith, false, vVisibleHullEdgesBack);
+	vVisibleHullEdges.assign(vVisibleHullEdgesBack.rbegin(), vVisibleHullEdgesBack.rend());
 	vVisibleHullEdges.push_back(std::make_pair(pT, ith));
-	// Forwards: the hull edge that starts at the target of the current one.
-	Point2* pTrg(pT->getCorner(prevIndex(ith)));
-	pX = pT;
-	for(;;)
-	{
-		int m(pX->getIntraTriangleIndex(pTrg));
-		while(pX->getOppositeTriangle(prevIndex(m)) != nullptr)
-		{
-			pX = pX->getOppositeTriangle(prevIndex(m));
-			m = pX->getIntraTriangleIndex(pTrg);
-		}
-		int k(prevIndex(m));
-		if(geomTest.getOrientation2(pX, k, v) != ORIENTATION2_CW) break;
-		vVisibleHullEdges.push_back(std::make_pair(pX, k));
-		pTrg = pX->getCorner(prevIndex(k));
-	}
+	collectVisibleHullEdges(v, pT, ith, true, vVisibleHullEdges);
 
 	// A point on the hull edge itself sees it only degenerately: the triangle on
 	// that edge is flat and must give way to a flip at once.

@@ -147,6 +147,7 @@ private:
 	int locateConflictTriangle(const Point2* v, Triangle2*& t, int& e);
 	void split13(Point2* v, Triangle2* t);
 	void initVCheckT24(Point2* v, Triangle2* t, int e);
+	void collectVisibleHullEdges(const Point2* v, Triangle2* pT, int ith, bool bForward, std::vector<std::pair<Triangle2*, int>>& vEdges);
 	Triangle2* insertVertexCH(Point2* v, Triangle2* pT, int ith);
 	void createFullDimTriangle();
 	void triangulateCoplanarOrDuplicate();

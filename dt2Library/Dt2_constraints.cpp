@@ -276,15 +276,8 @@ bool Dt2::newCDT_applyOneCS(ConstraintSegment2* pInitialCSeg)
 		return true;
 	}
 	std::vector<ConstraintSegment2*> vStack{pInitialCSeg};
-	while(!vStack.empty())
+	while(ConstraintSegment2* pCSeg = ConstraintSegment2::popAlivePiece(vStack))
 	{
-		ConstraintSegment2* pCSeg(vStack.back());
-		vStack.pop_back();
-		if(!pCSeg->isAlive())
-		{
-			if(pCSeg->getChildren().size() == 2) pCSeg->getChildrenRec(vStack);
-			continue;
-		}
 		if(pCSeg->getSrc() == pCSeg->getTrg())
 		{
 			sendWarning("Dt2::newCDT_applyOneCS()", "Degenerate constraint (2), return");
@@ -570,15 +563,8 @@ bool Dt2::insertSegmentConformingDelaunay(ConstraintSegment2* pCSeg)
 bool Dt2::runConformingLoop(std::vector<ConstraintSegment2*>& vStack)
 {
 	takeLockedConformingEdges(vStack);
-	while(!vStack.empty())
+	while(ConstraintSegment2* pPiece = ConstraintSegment2::popAlivePiece(vStack))
 	{
-		ConstraintSegment2* pPiece(vStack.back());
-		vStack.pop_back();
-		if(!pPiece->isAlive())
-		{
-			if(pPiece->getChildren().size() == 2) pPiece->getChildrenRec(vStack);
-			continue;
-		}
 		Point2* pExistingVertex(nullptr);
 		Triangle2* pCrossT(nullptr);
 		int crossEdge(-1);
