@@ -25,6 +25,7 @@ class ConstraintMgr;
 struct ConstraintWork;
 struct MirelExport;
 class Visualizer2;
+class Visualizer3;
 class VertexNumbering;
 
 // The triangulation behind the facade Mirel_2D: an exact 2D Delaunay
@@ -284,6 +285,12 @@ public:
 	// drawn over them. Nothing is drawn while no triangle exists.
 	void show(Visualizer2* pVis, bool bWithConstraints);
 	void show(const char* filename, bool bWithConstraints);
+	// 3D scenes of all triangles, or of pZone's when it is given: Geomview
+	// LIST files, OBJ meshes and the browser scene directory.
+	void showGeomview(Visualizer3* pVis, const char* color);
+	void showGeomview(const char* filename, const char* color);
+	void writeObj(const char* filename, Zone2* pZone);
+	void writeWebScene(const char* path, Zone2* pZone);
 
 private:
 	void exportVertices(MirelExport& mirelExport, VertexNumbering& numbering);

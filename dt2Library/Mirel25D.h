@@ -14,6 +14,8 @@
 #include "Color.h"
 #include "Label.h"
 #include "Visualizer2.h"
+#include "Visualizer3.h"
+#include "SceneFiles.h"
 #include "MirelExport.h"
 #include "Zone2.h"
 #include "Mirel_2D.h"

@@ -227,6 +227,37 @@ void Mirel_2D::show(Visualizer2* pVis, bool bWithConstraints)
 	pImpl->show(pVis, bWithConstraints);
 }
 
+// ---- 3D scenes ----
+void Mirel_2D::showGeomview(const char* filename, const char* color)
+{
+	pImpl->showGeomview(filename, color);
+}
+
+void Mirel_2D::showGeomview(Visualizer3* pVis, const char* color)
+{
+	pImpl->showGeomview(pVis, color);
+}
+
+void Mirel_2D::writeObj(const char* filename)
+{
+	pImpl->writeObj(filename, nullptr);
+}
+
+void Mirel_2D::writeObj(const char* filename, Zone2* pZone)
+{
+	pImpl->writeObj(filename, pZone);
+}
+
+void Mirel_2D::writeWebScene(const char* path)
+{
+	pImpl->writeWebScene(path, nullptr);
+}
+
+void Mirel_2D::writeWebScene(const char* path, Zone2* pZone)
+{
+	pImpl->writeWebScene(path, pZone);
+}
+
 Zone2* Mirel_2D::reportNoZone(Zone2* pZone, bool bVerbose)
 {
 	if(pZone == nullptr && bVerbose) sendWarning("Mirel_2D::createZone(..)", "No zone created, returning NULL (bVerbose==true)");

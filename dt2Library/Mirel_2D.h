@@ -17,6 +17,7 @@ namespace MIREL25D {
 class Dt2;
 struct MirelExport;
 class Visualizer2;
+class Visualizer3;
 
 // The triangulation as the user sees it: a 2D Delaunay triangulation of points
 // that carry a height. Every member forwards to the implementation object,
@@ -111,6 +112,21 @@ public:
 	void show(const char* postscriptFilename, bool bWithConstraints = true);
 	// Adds the triangles to the caller's drawing, which the caller writes.
 	void show(Visualizer2* pVis, bool bWithConstraints = true);
+
+	// ---- 3D scenes ----
+	// The triangles as one Geomview polyhedron in color (a Visualizer3
+	// colour text), into a new LIST file or into the caller's open one.
+	void showGeomview(const char* filename, const char* color);
+	void showGeomview(Visualizer3* pVis, const char* color);
+	// A Wavefront OBJ mesh of all triangles, or of the zone's.
+	void writeObj(const char* filename);
+	void writeObj(const char* filename, Zone2* pZone);
+	// A directory to open in a web browser: index.html shows the surface
+	// (orbit, zoom, pan; colours by height; vertical exaggeration), also
+	// from disk; 3d.obj holds the mesh for other programs. All triangles, or
+	// the zone's. All files appear together or none.
+	void writeWebScene(const char* path);
+	void writeWebScene(const char* path, Zone2* pZone);
 
 	// ---- Zones (owned by the triangulation; with bVerbose a refusal is
 	// also reported here) ----

@@ -15,6 +15,7 @@ class ConstraintGraph2;
 class Dt2;
 class Triangle2;
 class Visualizer2;
+class Visualizer3;
 
 enum ZoneLocation
 {
@@ -72,6 +73,13 @@ public:
 	// bShowFull the other triangles too.
 	void show(const char* postscriptFilename, bool bShowFull = true) const;
 	void show(Visualizer2* pVisualizer, bool bShowFull = true) const;
+	// ---- 3D scenes of the zone's triangles ----
+	// One Geomview polyhedron in color, into a new LIST file or into the
+	// caller's open one; nothing for an empty zone.
+	void showGeomview(const char* filename, const char* color) const;
+	void showGeomview(Visualizer3* pVisualizer, const char* color) const;
+	// An OBJ mesh (1-based, counterclockwise faces, so normals point up).
+	void writeObj(const char* filename) const;
 	// Progress of long evaluations ("ZoneProgress") to MSG_PROGRESS listeners.
 	void subscribe(MsgType msgType, MsgBase* pListener);
 	void unsubscribe(MsgType msgType, MsgBase* pListener);

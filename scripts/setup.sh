@@ -11,6 +11,9 @@ packages=(
 	libbenchmark-dev            # Google Benchmark
 	libcgal-dev                 # oracle for differential tests, baseline for benchmarks
 	ghostscript                 # renders the PostScript drawings in tests
+	libjs-three                 # three.js, stored in the library for the browser scene
+	chromium                    # opens the browser scene in tests (headless, software WebGL)
+	libpng-dev                  # reads the browser test's screenshot
 )
 
 missing=()

@@ -1,0 +1,129 @@
+// The browser scene opened as a user opens it: index.html from disk (file://)
+// in headless Chromium with software WebGL. The screenshot must show the
+// mesh, the console no JavaScript error, and nothing may come from the net.
+#include "Mirel25D.h"
+#include "test_support.h"
+#include <png.h>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <regex>
+#include <set>
+#include <unistd.h>
+
+namespace {
+using namespace MIREL25D;
+using mtest::readFile;
+namespace fs = std::filesystem;
+
+const char* const CHROMIUM("/usr/bin/chromium");
+
+// Distinct RGB values of the picture and the share of pixels in the page's
+// background colours (white page, dark canvas).
+struct Picture
+{
+	bool bRead = false;
+	size_t numPixels = 0;
+	std::set<unsigned> sColors;
+};
+
+Picture readPng(const std::string& filename)
+{
+	Picture picture;
+	png_image image{};
+	image.version = PNG_IMAGE_VERSION;
+	if(!png_image_begin_read_from_file(&image, filename.c_str())) return picture;
+	image.format = PNG_FORMAT_RGB;
+	std::vector<unsigned char> vPixels(PNG_IMAGE_SIZE(image));
+	if(!png_image_finish_read(&image, nullptr, vPixels.data(), 0, nullptr)) return picture;
+	picture.bRead = true;
+	picture.numPixels = size_t(image.width) * image.height;
+	for(size_t i = 0; i + 2 < vPixels.size(); i += 3) picture.sColors.insert((unsigned(vPixels[i]) << 16) | (unsigned(vPixels[i + 1]) << 8) | vPixels[i + 2]);
+	return picture;
+}
+
+// A terrain in survey coordinates (eastings near 5e5, northings near 5e6),
+// where float32 alone would lose the metres.
+void makeTerrain(size_t side, Mirel_2D& dt)
+{
+	std::vector<Point2> vPoints;
+	generateRandomSurfacePoints(side, side, 12, 512000.0, 5412000.0, 310.0, 514000.0, 5414000.0, 520.0, vPoints, 7);
+	dt.insert(vPoints);
+}
+
+struct BrowserRun
+{
+	int status = -1;
+	std::string log;
+};
+
+// Opens the page and takes a screenshot; the log holds Chromium's standard
+// error, where the page's console messages appear. Name lookups all fail, so
+// a page that reached for the net would show errors.
+BrowserRun openInBrowser(const std::string& sceneDir, const std::string& screenshot)
+{
+	std::string profile(fs::absolute(sceneDir + "_profile").string());
+	std::string logFile(fs::absolute(sceneDir + "_chromium.log").string());
+	fs::remove_all(profile);
+	fs::remove(screenshot);
+	std::string url("file://" + fs::absolute(sceneDir + "/index.html").string());
+	std::string command(std::string(CHROMIUM) + " --headless --disable-gpu --use-angle=swiftshader --enable-unsafe-swiftshader" +
+		(getuid() == 0 ? " --no-sandbox" : "") +
+		" --disable-background-networking --disable-component-update --disable-sync --no-first-run --no-default-browser-check"
+		" --host-resolver-rules='MAP * ~NOTFOUND' --user-data-dir=" + profile + " --enable-logging=stderr --v=0"
+		" --window-size=1100,1100 --screenshot=" + fs::absolute(screenshot).string() + " '" + url + "' > " + logFile + " 2>&1");
+	BrowserRun run;
+	run.status = std::system(command.c_str());
+	run.log = readFile(logFile);
+	fs::remove_all(profile);
+	return run;
+}
+
+// The page's console lines ("CONSOLE" in Chromium's log).
+std::vector<std::string> consoleLines(const std::string& log)
+{
+	std::vector<std::string> vLines;
+	std::istringstream in(log);
+	for(std::string line; std::getline(in, line);)
+		if(line.find(":CONSOLE") != std::string::npos) vLines.push_back(line);
+	return vLines;
+}
+
+TEST(SceneBrowser, TerrainSceneOpensFromDiskAndDrawsTheMesh)
+{
+	if(!fs::exists(CHROMIUM)) GTEST_SKIP() << CHROMIUM << " is not installed";
+	Mirel_2D dt(10000);
+	makeTerrain(60, dt);
+	ASSERT_TRUE(dt.hasArea());
+	const std::string dir("browser_scene");
+	fs::remove_all(dir);
+	dt.writeWebScene(dir.c_str());
+	for(const char* name : {"index.html", "three.min.js", "OrbitControls.js", "mesh.js", "3d.obj", "three.LICENSE.txt"})
+		EXPECT_TRUE(fs::is_regular_file(dir + "/" + name)) << name;
+
+	// The page and the mesh reference nothing remote; the scripts are local files.
+	std::regex remote("(https?:|ftp:|src=\"//|href=\"//)", std::regex::icase);
+	EXPECT_FALSE(std::regex_search(readFile(dir + "/index.html"), remote));
+	EXPECT_FALSE(std::regex_search(readFile(dir + "/mesh.js"), remote));
+
+	BrowserRun run(openInBrowser(dir, dir + "_screenshot.png"));
+	ASSERT_EQ(0, run.status) << run.log;
+	std::vector<std::string> vConsole(consoleLines(run.log));
+	std::string ready;
+	for(const std::string& line : vConsole)
+	{
+		EXPECT_EQ(std::string::npos, line.find("Uncaught")) << line;
+		EXPECT_EQ(std::string::npos, line.find("Mirel scene: error")) << line;
+		EXPECT_EQ(std::string::npos, line.find("ERR_")) << line;
+		if(line.find("Mirel scene: ready: " + std::to_string(dt.numberOfTriangles()) + " triangles") != std::string::npos) ready = line;
+	}
+	EXPECT_FALSE(ready.empty()) << "the page did not report its first frame\n" << run.log;
+
+	Picture picture(readPng(dir + "_screenshot.png"));
+	ASSERT_TRUE(picture.bRead);
+	// A shaded terrain coloured by height: thousands of colours; an empty
+	// canvas with the page around it has a few dozen (text anti-aliasing).
+	EXPECT_GT(picture.sColors.size(), 2000u);
+}
+
+} // namespace
