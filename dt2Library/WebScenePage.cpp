@@ -48,7 +48,8 @@ h1 { text-align: center; font-size: 22px; margin: 10px 0 6px 0; }
 <button id="resetView" type="button">Reset view</button>
 </div>
 <div id="help">Drag mouse to rotate, use SHIFT to <br> zoom and CTRL to translate<br>
-The mouse wheel zooms, the right button translates. On a touch screen one finger rotates, two fingers zoom and translate.</div>
+The mouse wheel zooms, the right button translates. On a touch screen one finger rotates, two fingers zoom and translate.
+A view opens directly with an address such as index.html#mode=wireframe&amp;exaggeration=3.</div>
 <div id="status">Loading the scene ...</div>
 <script src="three.min.js"></script>
 <script src="OrbitControls.js"></script>
@@ -133,20 +134,26 @@ var points = new THREE.Points(cloud, new THREE.PointsMaterial({ vertexColors: TH
 points.visible = false;
 
 var canvas = document.getElementById('cv');
-var renderer = new THREE.WebGLRenderer({ canvas: canvas, antialias: true });
+// Smooth edges cost little on a graphics card but much in software
+// rendering; large meshes have edges finer than a pixel anyway.
+var renderer = new THREE.WebGLRenderer({ canvas: canvas, antialias: scene.numTriangles <= 250000 });
 renderer.setPixelRatio(window.devicePixelRatio || 1);
 renderer.setSize(1000, 680);
 renderer.setClearColor(0x383840);
 var world = new THREE.Scene();
 world.add(mesh);
 world.add(points);
-world.add(new THREE.AmbientLight(0xffffff, 0.45));
+world.add(new THREE.AmbientLight(0xffffff, 0.4));
+// Sunlight from the north-west, as on shaded relief maps, shows the slopes.
+var sun = new THREE.DirectionalLight(0xffffff, 0.55);
+sun.position.set(-1, 1, 1.4);
+world.add(sun);
 
 // The surface lies in the xy-plane with z up, as surveyors look at it.
 var radius = Math.max(surface.boundingSphere.radius, 1e-9);
 var camera = new THREE.PerspectiveCamera(40, 1000 / 680, radius / 1000, radius * 100);
 camera.up.set(0, 0, 1);
-var headlight = new THREE.DirectionalLight(0xffffff, 0.65);
+var headlight = new THREE.DirectionalLight(0xffffff, 0.25);
 headlight.position.set(0.3, 0.5, 1);
 camera.add(headlight);
 world.add(camera);
@@ -169,23 +176,26 @@ function render() {
 }
 controls.addEventListener('change', render);
 
+var modeNames = ['smooth', 'flat', 'points', 'wireframe'];
 var modeList = document.getElementById('render_mode_list');
-modeList.addEventListener('change', function () {
-	var mode = ['smooth', 'flat', 'points', 'wireframe'][modeList.selectedIndex] || 'smooth';
+function applyMode() {
+	var mode = modeNames[modeList.selectedIndex] || 'smooth';
 	mesh.visible = mode !== 'points';
 	points.visible = mode === 'points';
 	if (mode !== 'points') mesh.material = materials[mode];
 	render();
-});
+}
+modeList.addEventListener('change', applyMode);
 
 var exaggeration = document.getElementById('exaggeration');
 var exaggerationValue = document.getElementById('exaggerationValue');
-exaggeration.addEventListener('input', function () {
-	var factor = parseFloat(exaggeration.value);
+function applyExaggeration() {
+	var factor = parseFloat(exaggeration.value) || 1;
 	mesh.scale.z = points.scale.z = factor;
 	exaggerationValue.textContent = factor.toFixed(1);
 	render();
-});
+}
+exaggeration.addEventListener('input', applyExaggeration);
 document.getElementById('resetView').addEventListener('click', function () {
 	resetView();
 	render();
@@ -216,9 +226,22 @@ function drawLegend() {
 	}
 }
 
+// A view can be opened directly: index.html#mode=wireframe&exaggeration=3
+function applyAddress() {
+	var options = {};
+	window.location.hash.replace(/^#/, '').split('&').forEach(function (pair) {
+		var parts = pair.split('=');
+		if (parts.length === 2) options[decodeURIComponent(parts[0])] = decodeURIComponent(parts[1]);
+	});
+	if (modeNames.indexOf(options.mode) >= 0) modeList.selectedIndex = modeNames.indexOf(options.mode);
+	if (options.exaggeration !== undefined) exaggeration.value = options.exaggeration;
+}
+
 drawLegend();
 resetView();
-render();
+applyAddress();
+applyMode();
+applyExaggeration();
 // Reading one pixel waits until the GPU has really drawn the frame.
 renderer.getContext().readPixels(0, 0, 1, 1, renderer.getContext().RGBA, renderer.getContext().UNSIGNED_BYTE, new Uint8Array(4));
 var firstFrameMs = Math.round(performance.now());
