@@ -5,6 +5,7 @@
 #include "Triangle2.h"
 #include "tools.h"
 #include <cmath>
+#include <exception>
 #include <iostream>
 #include <unordered_map>
 #include <unordered_set>
@@ -76,7 +77,8 @@ void reportSkipped(size_t numSkipped, const char* place)
 }
 } // namespace
 
-Visualizer3::Visualizer3(const char* filename_) : filename(filename_ != nullptr ? filename_ : ""), bBackfaces(true)
+Visualizer3::Visualizer3(const char* filename_)
+	: filename(filename_ != nullptr ? filename_ : ""), bBackfaces(true), numUncaughtAtStart(std::uncaught_exceptions())
 {
 	std::cout << "Visualizer3: Writing " << filename << std::endl;
 	openFile();
@@ -84,6 +86,13 @@ Visualizer3::Visualizer3(const char* filename_) : filename(filename_ != nullptr 
 
 Visualizer3::~Visualizer3()
 {
+	// Destroyed by an exception (an assertion while writing): the scene is
+	// incomplete, so the file is not put in place.
+	if(pFile && std::uncaught_exceptions() > numUncaughtAtStart)
+	{
+		pFile->discard();
+		pFile.reset();
+	}
 	closeFile();
 }
 

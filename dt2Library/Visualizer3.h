@@ -25,7 +25,8 @@ class MIREL_API Visualizer3
 public:
 	// Prints "Visualizer3: Writing <filename>" and starts the LIST.
 	explicit Visualizer3(const char* filename);
-	// Closes the file unless closeFile() did already.
+	// Closes the file unless closeFile() did already; while an exception
+	// unwinds the caller's scope the unfinished file is dropped instead.
 	~Visualizer3();
 	Visualizer3(const Visualizer3&) = delete;
 	Visualizer3& operator=(const Visualizer3&) = delete;
@@ -111,6 +112,7 @@ private:
 	std::string filename;
 	std::unique_ptr<StagedFile> pFile;
 	bool bBackfaces;
+	int numUncaughtAtStart;
 	static int nextColor;
 };
 

@@ -247,7 +247,7 @@ TEST(Visualizer3Colors, CursorSkipsItsColorsAndStartsOver)
 // ---------------------------------------------------------------------------
 // LIST files
 
-TEST(Visualizer3List, EmptyListAppearsOnlyWhenClosed)
+TEST(Visualizer3List, ListAppearsOnlyWhenComplete)
 {
 	fs::remove("empty.list");
 	std::string out(captureStdout([] {
@@ -259,8 +259,21 @@ TEST(Visualizer3List, EmptyListAppearsOnlyWhenClosed)
 	}));
 	EXPECT_EQ("Visualizer3: Writing empty.list\n", out);
 	EXPECT_EQ("LIST\n}\n", readFile("empty.list"));
+	// A scope left by an exception drops its unfinished file.
+	fs::remove("unfinished.list");
+	captureStdout([] {
+		try
+		{
+			Visualizer3 vis("unfinished.list");
+			vis.writeTriangle(Point2(0, 0, 0), Point2(1, 0, 0), Point2(0, 1, 0), Visualizer3::CRED);
+			throw std::runtime_error("interrupted");
+		}
+		catch(const std::runtime_error&)
+		{}
+	});
+	EXPECT_FALSE(fs::exists("unfinished.list"));
 	for(const fs::directory_entry& e : fs::directory_iterator("."))
-		EXPECT_EQ(std::string::npos, e.path().filename().string().find("empty.list.tmp")) << e.path();
+		EXPECT_EQ(std::string::npos, e.path().filename().string().find(".list.tmp")) << e.path();
 }
 
 TEST(Visualizer3List, OneTriangleAsStored)
