@@ -333,8 +333,27 @@ public:
 	// For a point outside the hull: the height of the nearest point of the
 	// hull if it lies within tolerance (2D distance), else false.
 	bool getNearbyHeight(double x, double y, double& height, double tolerance);
+	// Appends each segment laid onto the surface as a chain of 3D segments
+	// (Dt2_drape.cpp). Parts outside the hull are cut off. zTolerance < 0 keeps
+	// every edge crossing; otherwise points whose height differs less than
+	// zTolerance from the simplified chain are left out. False for non-finite
+	// input or while no triangle exists (with a message).
+	bool drape(std::vector<Segment2>& vSegmentsIn, std::vector<Segment2>& vSegmentsOut, double zTolerance);
+	// The surface points along a->b in order: the (clipped) source, every
+	// crossing with a triangle edge, every vertex on the segment and the
+	// (clipped) target. False when the segment misses the triangulation.
+	bool getDrapePoints(const Point2& a, const Point2& b, std::vector<Point2>& vPoints);
+	// For a source a outside the hull: where a->b enters the mesh, either
+	// through hull edge entryEdge of pEntryT or at the hull vertex pEntryVtx.
+	// False when the segment misses the hull.
+	bool cutLineAtCH(const Point2& a, const Point2& b, Triangle2*& pEntryT, int& entryEdge, Point2*& pEntryVtx);
 
 private:
+	// The walk along a segment from its start inside the mesh, its entry at a
+	// hull vertex or through a hull edge; appends the surface points.
+	void walkAlongSegment(const Point2& a, const Point2& b, Triangle2* pT, int enterEdge, Point2* pVtx, bool bStartInside, std::vector<Point2>& vPoints);
+	// The point where a->b crosses edge i of pT, its height interpolated along the edge.
+	Point2 getEdgeCrossing(const Point2& a, const Point2& b, const Triangle2* pT, int i);
 	// Walks from pT to q: true when q lies in the closed triangle pT, false when
 	// it lies outside the hull beyond edge exitEdge of the hull triangle pT.
 	bool walkToQuery(const Point2& q, Triangle2*& pT, int& exitEdge);

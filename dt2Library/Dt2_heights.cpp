@@ -25,6 +25,56 @@ bool isAlmostVertical(double normalZ)
 	return std::acos(c) * 180.0 / 3.14159265359 > 89.9;
 }
 
+// Hull edges are the null neighbours; edge e of a triangle runs from corner
+// e+1 to corner e+2 with the mesh on its left. These step from one hull edge
+// to the next (forward: the one starting where e ends) by rotating around the
+// shared hull vertex.
+void stepToNextHullEdge(Triangle2*& pT, int& e)
+{
+	Point2* pPivot(pT->getCorner(prevIndex(e)));
+	int j(prevIndex(e));
+	while(pT->getOppositeTriangle(prevIndex(j)) != nullptr)
+	{
+		pT = pT->getOppositeTriangle(prevIndex(j));
+		j = pT->getIntraTriangleIndex(pPivot);
+	}
+	e = prevIndex(j);
+}
+
+void stepToPrevHullEdge(Triangle2*& pT, int& e)
+{
+	Point2* pPivot(pT->getCorner(nextIndex(e)));
+	int j(nextIndex(e));
+	while(pT->getOppositeTriangle(nextIndex(j)) != nullptr)
+	{
+		pT = pT->getOppositeTriangle(nextIndex(j));
+		j = pT->getIntraTriangleIndex(pPivot);
+	}
+	e = nextIndex(j);
+}
+
+// Visits the hull edges that q sees (q right of or on their line), starting
+// with the given one (which q sees strictly), first forward, then backward;
+// stops early when visit returns true.
+template<class Visit, class Sees>
+void visitSeenHullEdges(Triangle2* pStartT, int startEdge, Sees sees, Visit visit)
+{
+	if(visit(pStartT, startEdge)) return;
+	for(int direction = 0; direction < 2; ++direction)
+	{
+		Triangle2* pT(pStartT);
+		int e(startEdge);
+		for(;;)
+		{
+			if(direction == 0) stepToNextHullEdge(pT, e);
+			else stepToPrevHullEdge(pT, e);
+			if(pT == pStartT && e == startEdge) break;
+			if(!sees(pT, e)) break;
+			if(visit(pT, e)) return;
+		}
+	}
+}
+
 bool refuseNonFinite(const char* place, double x, double y)
 {
 	if(std::isfinite(x) && std::isfinite(y)) return false;
@@ -144,11 +194,9 @@ double Dt2::getHeightInTriangle(const Triangle2* pT, double x, double y) const
 	return height;
 }
 
-// Hull edges are the null neighbours; edge e of a triangle runs from corner
-// e+1 to corner e+2 with the mesh on its left. The nearest point of the hull
-// lies on the chain of hull edges that q sees (q right of or on their line),
-// which contains the edge where the walk left the mesh: that chain is searched
-// in both directions and the nearest point of all decides.
+// The nearest point of the hull lies on the chain of hull edges that q sees,
+// which contains the edge where the walk left the mesh: the nearest point of
+// that chain decides.
 bool Dt2::getNearbyHeightFromExit(const Point2& q, Triangle2* pCurTriangle, int intState, double& height, double tolerance)
 {
 	DT2_ASSERT(pCurTriangle!=0);
@@ -156,7 +204,9 @@ bool Dt2::getNearbyHeightFromExit(const Point2& q, Triangle2* pCurTriangle, int 
 	if(!(tolerance > 0.0)) return false;
 	double bestSqDist(std::numeric_limits<double>::infinity());
 	double bestHeight(0.0);
-	auto consider = [&](const Point2* a, const Point2* b) {
+	auto consider = [&](Triangle2* pT, int e) {
+		const Point2* a(pT->getCorner(nextIndex(e)));
+		const Point2* b(pT->getCorner(prevIndex(e)));
 		double ux(b->x() - a->x()), uy(b->y() - a->y());
 		double wx(q.x() - a->x()), wy(q.y() - a->y());
 		double len2(ux * ux + uy * uy);
@@ -164,56 +214,57 @@ bool Dt2::getNearbyHeightFromExit(const Point2& q, Triangle2* pCurTriangle, int 
 		t = std::min(std::max(t, 0.0), 1.0);
 		double dx(wx - t * ux), dy(wy - t * uy);
 		double sqDist(dx * dx + dy * dy);
-		if(!(sqDist < bestSqDist)) return;
-		bestSqDist = sqDist;
-		double h(t == 0.0 ? a->z() : (t == 1.0 ? b->z() : a->z() + t * (b->z() - a->z())));
-		bestHeight = std::min(std::max(h, std::min(a->z(), b->z())), std::max(a->z(), b->z()));
+		if(sqDist < bestSqDist)
+		{
+			bestSqDist = sqDist;
+			double h(t == 0.0 ? a->z() : (t == 1.0 ? b->z() : a->z() + t * (b->z() - a->z())));
+			bestHeight = std::min(std::max(h, std::min(a->z(), b->z())), std::max(a->z(), b->z()));
+		}
+		return false;
 	};
-	auto isSeen = [&](const Point2* a, const Point2* b) { return geomTest.getOrientation2(a, b, &q) != ORIENTATION2_CCW; };
-
-	const Triangle2* pStartT(pCurTriangle);
-	consider(pCurTriangle->getCorner(nextIndex(intState)), pCurTriangle->getCorner(prevIndex(intState)));
-	// Forward: rotate around the edge's end vertex to the hull edge that starts there.
-	const Triangle2* pT(pCurTriangle);
-	int e(intState);
-	for(;;)
-	{
-		Point2* pPivot(pT->getCorner(prevIndex(e)));
-		int j(prevIndex(e));
-		while(pT->getOppositeTriangle(prevIndex(j)) != nullptr)
-		{
-			pT = pT->getOppositeTriangle(prevIndex(j));
-			j = pT->getIntraTriangleIndex(pPivot);
-		}
-		e = prevIndex(j);
-		if(pT == pStartT && e == intState) break;
-		const Point2* a(pT->getCorner(nextIndex(e)));
-		const Point2* b(pT->getCorner(prevIndex(e)));
-		if(!isSeen(a, b)) break;
-		consider(a, b);
-	}
-	// Backward: rotate around the edge's start vertex to the hull edge that ends there.
-	pT = pCurTriangle;
-	e = intState;
-	for(;;)
-	{
-		Point2* pPivot(pT->getCorner(nextIndex(e)));
-		int j(nextIndex(e));
-		while(pT->getOppositeTriangle(nextIndex(j)) != nullptr)
-		{
-			pT = pT->getOppositeTriangle(nextIndex(j));
-			j = pT->getIntraTriangleIndex(pPivot);
-		}
-		e = nextIndex(j);
-		if(pT == pStartT && e == intState) break;
-		const Point2* a(pT->getCorner(nextIndex(e)));
-		const Point2* b(pT->getCorner(prevIndex(e)));
-		if(!isSeen(a, b)) break;
-		consider(a, b);
-	}
+	auto sees = [&](const Triangle2* pT, int e) { return geomTest.getOrientation2(pT, e, &q) != ORIENTATION2_CCW; };
+	visitSeenHullEdges(pCurTriangle, intState, sees, consider);
 	if(!(bestSqDist <= tolerance * tolerance)) return false;
 	height = bestHeight;
 	return true;
+}
+
+// The segment enters the convex mesh once. a is outside, so the entry edge is
+// one that a sees strictly, and an entry vertex ends such an edge: the chain
+// of seen hull edges around the walk's exit holds the entry.
+bool Dt2::cutLineAtCH(const Point2& a, const Point2& b, Triangle2*& pEntryT, int& entryEdge, Point2*& pEntryVtx)
+{
+	pEntryT = nullptr;
+	entryEdge = -1;
+	pEntryVtx = nullptr;
+	if(!vertexVault.isFullDimensional()) return false;
+	double maxAbs(std::max(a.getMaxAbs(), b.getMaxAbs()));
+	if(maxAbs > geomTest.getMaxCoord()) geomTest.setStaticBound_MT(maxAbs);
+	Triangle2* pCurTriangle(getHeightWalkStart(a));
+	DT2_ASSERT(pCurTriangle!=0);
+	int intState(-1);
+	if(walkToQuery(a, pCurTriangle, intState)) return false; // a is not outside
+	DT2_ASSERT(intState>-1 && intState<3);
+	DT2_ASSERT(pCurTriangle->getOppositeTriangle(intState)==0);
+	auto sees = [&](const Triangle2* pT, int e) { return geomTest.getOrientation2(pT, e, &a) != ORIENTATION2_CCW; };
+	auto tryEntry = [&](Triangle2* pT, int e) {
+		if(geomTest.getOrientation2(pT, e, &a) != ORIENTATION2_CW) return false;
+		if(geomTest.getOrientation2(pT, e, &b) == ORIENTATION2_CW) return false; // b stays outside this edge
+		Point2* u1(pT->getCorner(nextIndex(e)));
+		Point2* u2(pT->getCorner(prevIndex(e)));
+		Orientation2 o1(geomTest.getOrientation2(&a, &b, u1));
+		Orientation2 o2(geomTest.getOrientation2(&a, &b, u2));
+		if(o1 == ORIENTATION2_COLLINEAR) pEntryVtx = u1;
+		else if(o2 == ORIENTATION2_COLLINEAR) pEntryVtx = u2;
+		else if(o1 == ORIENTATION2_CCW && o2 == ORIENTATION2_CW)
+		{
+			pEntryT = pT;
+			entryEdge = e;
+		}
+		return pEntryVtx != nullptr || pEntryT != nullptr;
+	};
+	visitSeenHullEdges(pCurTriangle, intState, sees, tryEntry);
+	return pEntryVtx != nullptr || pEntryT != nullptr;
 }
 
 } // namespace MIREL25D
