@@ -17,3 +17,5 @@
 #include "MirelExport.h"
 #include "Zone2.h"
 #include "Mirel_2D.h"
+// Terrain tools
+#include "IsoContours.h"
