@@ -331,6 +331,11 @@ public:
 	// For a point outside the hull: the height of the nearest point of the
 	// hull if it lies within tolerance (2D distance), else false.
 	bool getNearbyHeight(double x, double y, double& height, double tolerance);
+	// Many queries at once: each point found on the surface gets its height
+	// as z and true in vHasHeight (resized to the number of points). The
+	// queries are answered in Hilbert order, so each walk starts next to the
+	// previous answer. Returns the number of points that got a height.
+	size_t getHeights(std::vector<Point2>& vPoints, std::vector<bool>& vHasHeight, double tolerance);
 	// Appends each segment laid onto the surface as a chain of 3D segments
 	// (Dt2_drape.cpp). Parts outside the hull are cut off. zTolerance < 0 keeps
 	// every edge crossing; otherwise points whose height differs less than
@@ -355,6 +360,8 @@ private:
 	// Walks from pT to q: true when q lies in the closed triangle pT, false when
 	// it lies outside the hull beyond edge exitEdge of the hull triangle pT.
 	bool walkToQuery(const Point2& q, Triangle2*& pT, int& exitEdge);
+	// getHeight for finite coordinates, walking from pStartT.
+	bool getHeightFrom(const Point2& q, Triangle2* pStartT, double& height, double tolerance);
 	// Where a height walk to q starts: where the last one ended if that is
 	// near, else the triangle the vault keeps near q's Hilbert key.
 	Triangle2* getHeightWalkStart(const Point2& q);

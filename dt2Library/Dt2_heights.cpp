@@ -2,8 +2,11 @@
 #include "tools.h"
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 #include <limits>
 #include <sstream>
+#include <utility>
+#include <vector>
 
 // Heights are members of the triangulation: their banners name its unit.
 #define DT2_ASSERT(cond)                                                                      \
@@ -16,12 +19,10 @@ namespace MIREL25D {
 namespace {
 
 // Triangles steeper than 89.9 degrees lose too much in the double formula; their
-// heights come from the exact plane. A normal with z above 0.01 is far from
-// that limit, which spares the arc cosine in the common case.
+// heights come from the exact plane.
 bool isAlmostVertical(double normalZ)
 {
 	double c(std::min(std::max(normalZ, 0.0), 1.0));
-	if(c > 0.01) return false;
 	return std::acos(c) * 180.0 / 3.14159265359 > 89.9;
 }
 
@@ -91,7 +92,11 @@ bool Dt2::getHeight(double x, double y, double& height, Triangle2* pApproxT, dou
 	if(refuseNonFinite("Dt2::getHeight()", x, y)) return false;
 	if(!vertexVault.isFullDimensional()) return false;
 	Point2 q(x, y, 0.0);
-	Triangle2* pT((pApproxT != nullptr && pApproxT->isAlive()) ? pApproxT : getHeightWalkStart(q));
+	return getHeightFrom(q, (pApproxT != nullptr && pApproxT->isAlive()) ? pApproxT : getHeightWalkStart(q), height, tolerance);
+}
+
+bool Dt2::getHeightFrom(const Point2& q, Triangle2* pT, double& height, double tolerance)
+{
 	DT2_ASSERT(pT!=0);
 	int exitEdge(-1);
 	bool bInside(walkToQuery(q, pT, exitEdge));
@@ -101,8 +106,61 @@ bool Dt2::getHeight(double x, double y, double& height, Triangle2* pApproxT, dou
 		if(tolerance > 0.0) return getNearbyHeightFromExit(q, pT, exitEdge, height, tolerance);
 		return false;
 	}
-	height = getHeightInTriangle(pT, x, y);
+	height = getHeightInTriangle(pT, q.x(), q.y());
 	return true;
+}
+
+size_t Dt2::getHeights(std::vector<Point2>& vPoints, std::vector<bool>& vHasHeight, double tolerance)
+{
+	vHasHeight.assign(vPoints.size(), false);
+	if(!vertexVault.isFullDimensional()) return 0;
+	// The queries with their Hilbert keys, so that the sorted walk reads them in order.
+	struct Query
+	{
+		uint32_t key;
+		uint32_t pos;
+		double x, y;
+		bool operator<(const Query& other) const { return key < other.key; }
+	};
+	std::vector<Query> vOrder;
+	vOrder.reserve(vPoints.size());
+	size_t numNonFinite(0);
+	double maxAbs(0.0);
+	for(size_t i = 0; i < vPoints.size(); ++i)
+	{
+		const Point2& p(vPoints[i]);
+		if(!std::isfinite(p.x()) || !std::isfinite(p.y()))
+		{
+			++numNonFinite;
+			continue;
+		}
+		maxAbs = std::max(maxAbs, p.getMaxAbs());
+		vOrder.push_back(Query{hilbertGrid.getKey(p.x(), p.y()), uint32_t(i), p.x(), p.y()});
+	}
+	if(numNonFinite > 0)
+	{
+		std::ostringstream ss;
+		ss << numNonFinite << " points with non-finite coordinates got no height";
+		sendWarning("Dt2::getHeights()", ss.str());
+	}
+	if(vOrder.empty()) return 0;
+	// Widened once for the batch, so that no walk has to.
+	if(maxAbs > geomTest.getMaxCoord()) geomTest.setStaticBound_MT(maxAbs);
+	std::sort(vOrder.begin(), vOrder.end());
+	Triangle2* pT(getHeightWalkStart(Point2(vOrder[0].x, vOrder[0].y, 0.0)));
+	size_t numFound(0);
+	for(const Query& query : vOrder)
+	{
+		double height(0.0);
+		if(getHeightFrom(Point2(query.x, query.y, 0.0), pT, height, tolerance))
+		{
+			vPoints[query.pos].setZ(height);
+			vHasHeight[query.pos] = true;
+			++numFound;
+		}
+		pT = pLastHeightT.load(std::memory_order_relaxed);
+	}
+	return numFound;
 }
 
 bool Dt2::getNearbyHeight(double x, double y, double& height, double tolerance)
@@ -134,7 +192,7 @@ Triangle2* Dt2::getHeightWalkStart(const Point2& q)
 		double ex(c1->x() - c0->x()), ey(c1->y() - c0->y());
 		double qx(q.x() - c0->x()), qy(q.y() - c0->y());
 		// Within a few triangle sizes the walk from the last triangle is the shortest.
-		if(qx * qx + qy * qy <= 64.0 * (ex * ex + ey * ey)) return pLast;
+		if(qx * qx + qy * qy <= 1024.0 * (ex * ex + ey * ey)) return pLast;
 	}
 	return vertexVault.getCloseTriangle(hilbertGrid.getKey(q.x(), q.y()));
 }
@@ -168,10 +226,20 @@ double Dt2::getHeightInTriangle(const Triangle2* pT, double x, double y) const
 
 	double dx1(p1.x() - x0), dy1(p1.y() - y0), dz1(p1.z() - z0);
 	double dx2(p2.x() - x0), dy2(p2.y() - y0), dz2(p2.z() - z0);
-	double nx(dy1 * dz2 - dz1 * dy2), ny(dz1 * dx2 - dx1 * dz2), nz(dx1 * dy2 - dy1 * dx2);
-	double len(std::sqrt(nx * nx + ny * ny + nz * nz));
-	double normalZ(len > 0.0 ? nz / len : 0.0); // a zero normal stays zero
-	if(isAlmostVertical(normalZ))
+	// The plane's coefficients; (B, -A, D) is also its normal (p1 - p0) x (p2 - p0).
+	double A(dz2 * dx1 - dz1 * dx2);
+	double D(dy2 * dx1 - dy1 * dx2);
+	double B(dy1 * dz2 - dy2 * dz1);
+	double sqLen(B * B + A * A + D * D);
+	// A unit normal with z above 0.01 is far from the limit (89.4 degrees);
+	// that is seen without the root and the division.
+	bool bSteep(false);
+	if(!(D > 0.0 && D * D > 1e-4 * sqLen))
+	{
+		double len(std::sqrt(sqLen));
+		bSteep = isAlmostVertical(len > 0.0 ? D / len : 0.0); // a zero normal stays zero
+	}
+	if(bSteep)
 	{
 		double height(getExactHeight(p0, p1, p2, x, y));
 		DT2_ASSERT(height<=maxZ+.0001);
@@ -179,9 +247,6 @@ double Dt2::getHeightInTriangle(const Triangle2* pT, double x, double y) const
 		return height;
 	}
 
-	double A(dz2 * dx1 - dz1 * dx2);
-	double D(dy2 * dx1 - dy1 * dx2);
-	double B(dy1 * dz2 - dy2 * dz1);
 	double height;
 	if(D != 0.0) height = (y - y0) * (A / D) + z0 - (B / D) * (x - x0);
 	else height = getExactHeight(p0, p1, p2, x, y);

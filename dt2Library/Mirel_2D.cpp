@@ -233,6 +233,11 @@ bool Mirel_2D::getHeight(double x, double y, double& height, Triangle2* pApproxT
 	return pImpl->getHeight(x, y, height, pApproxT, tolerance);
 }
 
+size_t Mirel_2D::getHeights(std::vector<Point2>& vPoints, std::vector<bool>& vHasHeight, double tolerance) const
+{
+	return pImpl->getHeights(vPoints, vHasHeight, tolerance);
+}
+
 bool Mirel_2D::drape(std::vector<Segment2>& vSegmentsIn, std::vector<Segment2>& vSegmentsOut, double zTolerance) const
 {
 	return pImpl->drape(vSegmentsIn, vSegmentsOut, zTolerance);

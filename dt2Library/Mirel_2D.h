@@ -136,6 +136,11 @@ public:
 	// that distance. False otherwise (height is then not written), also for
 	// non-finite coordinates, with a message.
 	bool getHeight(double x, double y, double& height, Triangle2* pApproxT = nullptr, double tolerance = 0.0) const;
+	// Many height queries at once, faster than one by one for scattered
+	// points (answered in Hilbert order): each point that gets a height gets it
+	// as its z, with true in vHasHeight (one entry per point). Points with
+	// non-finite coordinates get none (one message). Returns the number found.
+	size_t getHeights(std::vector<Point2>& vPoints, std::vector<bool>& vHasHeight, double tolerance = 0.0) const;
 	// Appends each input segment laid onto the surface as a chain of 3D
 	// segments; parts outside the hull are cut off. zTolerance < 0 keeps every
 	// crossing of a triangle edge; otherwise the chain is simplified as long as

@@ -161,6 +161,43 @@ TEST(Heights, VerticesFlatTrianglesAndStartTriangles)
 	}
 }
 
+TEST(Heights, BatchAnswersAsSingleQueries)
+{
+	std::mt19937 rng(8);
+	Mirel_2D dt(1000);
+	dt.insert(randomTerrain(rng, 1000, 100.0, 20.0));
+	std::uniform_real_distribution<double> d(-10.0, 110.0);
+	std::vector<Point2> vQ;
+	for(int i = 0; i < 3000; ++i) vQ.push_back(Point2(d(rng), d(rng), -999.0));
+	vQ[17] = Point2(std::numeric_limits<double>::quiet_NaN(), 1.0, -999.0);
+	vQ[18] = Point2(5.0, std::numeric_limits<double>::infinity(), -999.0);
+	for(double tol : {0.0, 3.0})
+	{
+		std::vector<Point2> vBatch(vQ);
+		std::vector<bool> vHasHeight;
+		size_t numFound(0);
+		std::string out(mtest::captureStdout([&] { numFound = dt.getHeights(vBatch, vHasHeight, tol); }));
+		EXPECT_EQ(mtest::countOf(out, "[Mirel2D-Message]"), 1u);
+		ASSERT_EQ(vHasHeight.size(), vQ.size());
+		size_t numExpected(0);
+		for(size_t i = 0; i < vQ.size(); ++i)
+		{
+			if(i == 17 || i == 18)
+			{
+				EXPECT_FALSE(vHasHeight[i]);
+				continue;
+			}
+			double h(-999.0);
+			bool bFound(dt.getHeight(vQ[i].x(), vQ[i].y(), h, nullptr, tol));
+			numExpected += bFound ? 1 : 0;
+			ASSERT_EQ(bool(vHasHeight[i]), bFound);
+			ASSERT_EQ(vBatch[i].z(), h);
+		}
+		EXPECT_EQ(numFound, numExpected);
+		EXPECT_GT(numFound, 1500u);
+	}
+}
+
 // Nearest hull point by brute force over the hull edges.
 bool nearestHullHeight(Mirel_2D& dt, double x, double y, double& sqDist, double& height)
 {
