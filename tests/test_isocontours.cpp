@@ -3,6 +3,7 @@
 // rings close exactly, one segment per crossed triangle, open polylines use
 // two border crossings each (none split), higher ground on the left.
 #include "IsoContours.h"
+#include "Visualizer2.h"
 #include "test_support.h"
 #include <limits>
 
@@ -254,6 +255,55 @@ TEST(IsoContours, ProfilesAndBadInput)
 		EXPECT_FALSE(iso.getContours(std::numeric_limits<double>::quiet_NaN(), vv, false, true));
 	});
 	EXPECT_EQ(mtest::countOf(out, "[Mirel2D-Message]"), 4u) << out;
+}
+
+// Contours of two hills on a slope, coloured from blue (low) to red (high),
+// over the mesh: for looking at "isocontours.png"; the check here is that
+// Ghostscript renders it and that the contour colours reach the page.
+TEST(IsoContours, PictureOverTheTerrainRenders)
+{
+	if(!mtest::ghostscriptAvailable()) GTEST_SKIP() << "gs not installed";
+	std::mt19937 rng(21);
+	std::uniform_real_distribution<double> d(0.0, 100.0);
+	std::vector<Point2> v{Point2(0, 0, 0), Point2(100, 0, 10), Point2(100, 100, 10), Point2(0, 100, 0)};
+	for(int i = 0; i < 700; ++i)
+	{
+		double x(d(rng)), y(d(rng));
+		v.push_back(Point2(x, y, 30.0 * std::exp(-((x - 30) * (x - 30) + (y - 40) * (y - 40)) / 400.0) + 20.0 * std::exp(-((x - 70) * (x - 70) + (y - 65) * (y - 65)) / 300.0) + 0.1 * x));
+	}
+	Mirel_2D dt(1500);
+	dt.insert(v);
+	std::vector<Triangle2*> vT;
+	dt.getTrianglePointers(vT);
+	IsoContours iso(vT);
+	size_t numPolylines(0);
+	{
+		Visualizer2 vis("isocontours.ps");
+		vis.addHeaderLine("contour lines every 2 units over the terrain");
+		vis.addObject(vT, Color(0.8f, 0.8f, 0.8f, 0.001f, false));
+		for(double h = 1.0; h < iso.getMaxHeight(); h += 2.0)
+		{
+			std::vector<std::vector<Segment2>> vv;
+			ASSERT_TRUE(iso.getContours(h, vv, false, true));
+			float f(float((h - iso.getMinHeight()) / (iso.getMaxHeight() - iso.getMinHeight())));
+			for(const std::vector<Segment2>& vC : vv) vis.addObject(vC, Color(f, 0.1f, 1.0f - f, 1.5f, false));
+			numPolylines += vv.size();
+		}
+		vis.writeFile();
+	}
+	EXPECT_GT(numPolylines, 15u);
+	mtest::Image img;
+	std::string log;
+	ASSERT_TRUE(mtest::render("isocontours.ps", "isocontours.png", 90, img, log)) << log;
+	size_t numReddish(0), numBluish(0);
+	for(size_t i = 0; i + 2 < img.rgb.size(); i += 3)
+	{
+		unsigned char r(img.rgb[i]), g(img.rgb[i + 1]), b(img.rgb[i + 2]);
+		if(r > 150 && g < 80 && b < 120) ++numReddish;
+		if(b > 150 && g < 80 && r < 120) ++numBluish;
+	}
+	EXPECT_GT(numReddish, 50u);
+	EXPECT_GT(numBluish, 50u);
 }
 
 } // namespace
