@@ -10,7 +10,8 @@
 // - random: the queries in random order; CGAL sorts them spatially first (timed,
 //   its fastest way for scattered queries) and answers in input order;
 //   Mirel_2D answers one by one in input order, and through its batch entry
-//   point getHeights (which sorts along the Hilbert curve itself).
+//   point getHeights (which sorts along the Hilbert curve itself); and, on a
+//   sample, CGAL without sorting (locate from the previous face).
 // Times are CPU times of the measuring thread, the best of k repetitions.
 // The sums of the heights are printed as a check that both answer the same.
 //
@@ -202,6 +203,30 @@ int main(int argc, char** argv)
 		std::printf("%-9s Mirel getHeight %.3f s (%zu found, sum %.9e) | CGAL locate+interpolate %.3f s (%zu found, sum %.9e) | ratio %.2f\n",
 					order == 0 ? "coherent" : "random", mirelFig.seconds, mirelFig.numFound, mirelFig.sum, cgalFig.seconds, cgalFig.numFound, cgalFig.sum,
 					mirelFig.seconds / cgalFig.seconds);
+	}
+	// For scale: scattered queries without sorting, CGAL starting at the
+	// previous face, on a sample (each walk crosses much of the mesh).
+	{
+		size_t numSample(std::min<size_t>(20000, vQueries.size()));
+		double s0(now());
+		CgalDelaunay::Face_handle hint;
+		double sum(0.0);
+		for(size_t i = 0; i < numSample; ++i)
+		{
+			double h(0.0);
+			if(cgalHeight(cgal, vQueries[i], hint, h)) sum += h;
+		}
+		double cgalPerQuery((now() - s0) / double(numSample));
+		s0 = now();
+		double sumMirel(0.0);
+		for(size_t i = 0; i < numSample; ++i)
+		{
+			double h(0.0);
+			if(mirel.getHeight(vQueries[i].x(), vQueries[i].y(), h)) sumMirel += h;
+		}
+		double mirelPerQuery((now() - s0) / double(numSample));
+		std::printf("random, unsorted, %zu queries: Mirel getHeight %.2f us per query | CGAL locate from the previous face %.2f us per query | ratio %.2f (sums %.6e %.6e)\n",
+					numSample, 1e6 * mirelPerQuery, 1e6 * cgalPerQuery, mirelPerQuery / cgalPerQuery, sumMirel, sum);
 	}
 	return 0;
 }
