@@ -19,3 +19,5 @@
 #include "MirelExport.h"
 #include "Zone2.h"
 #include "Mirel_2D.h"
+// Terrain tools
+#include "IsoContours.h"
