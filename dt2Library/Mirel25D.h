@@ -17,3 +17,6 @@
 #include "MirelExport.h"
 #include "Zone2.h"
 #include "Mirel_2D.h"
+// Cut and fill
+#include "CAF_Component.h"
+#include "CutAndFill.h"
