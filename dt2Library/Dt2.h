@@ -13,6 +13,7 @@
 #include "Triangle2.h"
 #include "VertexVault.h"
 #include "Zone2.h"
+#include <atomic>
 #include <cstddef>
 #include <string>
 #include <utility>
@@ -316,6 +317,37 @@ private:
 	bool checkZoneArea();
 
 	std::vector<Zone2*> vZones; // owned
+
+	// ======================================================================
+	// Terrain heights and draping (Dt2_heights.cpp)
+	// ======================================================================
+public:
+	// The height of the surface at (x, y): the planar interpolation in the
+	// containing triangle, always within its corner heights. pApproxT, when
+	// given, is where the search starts (it costs three orientation tests when
+	// it already contains the point). Outside the hull, tolerance > 0 allows
+	// the height of the nearest hull point within that 2D distance. False (and
+	// height untouched) outside, while no triangle exists and for non-finite
+	// coordinates (with a message).
+	bool getHeight(double x, double y, double& height, Triangle2* pApproxT, double tolerance);
+	// For a point outside the hull: the height of the nearest point of the
+	// hull if it lies within tolerance (2D distance), else false.
+	bool getNearbyHeight(double x, double y, double& height, double tolerance);
+
+private:
+	// Walks from pT to q: true when q lies in the closed triangle pT, false when
+	// it lies outside the hull beyond edge exitEdge of the hull triangle pT.
+	bool walkToQuery(const Point2& q, Triangle2*& pT, int& exitEdge);
+	// Where a height walk to q starts: where the last one ended if that is
+	// near, else the triangle the vault keeps near q's Hilbert key.
+	Triangle2* getHeightWalkStart(const Point2& q);
+	// The height in the triangle known to contain (x, y).
+	double getHeightInTriangle(const Triangle2* pT, double x, double y) const;
+	bool getNearbyHeightFromExit(const Point2& q, Triangle2* pT, int exitEdge, double& height, double tolerance);
+
+	// Last triangle a height walk ended in; a hint only, checked for life
+	// before use. Atomic so that concurrent height queries stay race-free.
+	std::atomic<Triangle2*> pLastHeightT{nullptr};
 
 	// ======================================================================
 	// Splitting an edge at a given place (Dt2_cat_cutt.cpp)

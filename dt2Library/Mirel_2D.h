@@ -128,6 +128,15 @@ public:
 	Zone2* createZone_cookieCutter(std::vector<Segment2>& vSegments, bool bVerbose = true);
 	void deleteZone(Zone2* pZone);
 
+	// ---- Terrain: heights and draping ----
+	// True and the surface height at (x, y): the planar interpolation in the
+	// containing triangle, always within its corner heights. pApproxT (may be
+	// null) is a triangle near the point where the search starts. Outside the
+	// hull, a tolerance > 0 gives the height of the nearest hull point within
+	// that distance. False otherwise (height is then not written), also for
+	// non-finite coordinates, with a message.
+	bool getHeight(double x, double y, double& height, Triangle2* pApproxT = nullptr, double tolerance = 0.0) const;
+
 private:
 	Zone2* reportNoZone(Zone2* pZone, bool bVerbose);
 
