@@ -342,6 +342,11 @@ void CutAndFillImpl::assignHeigthsOfConstraints(const Side& side)
 
 bool CutAndFillImpl::complementHeightMap()
 {
+	for(Side* pSide : {&before, &after})
+	{
+		Bbox2 box(pSide->pZone->getDelaunayTriangulation()->computeBoundingBox());
+		pSide->heightTolerance = 1e-9 * std::max(1.0, std::max(box.get_maxX() - box.get_minX(), box.get_maxY() - box.get_minY()));
+	}
 	std::vector<Point2*> vCorners;
 	collectCorners(vCommonT, vCorners);
 	for(Point2* pVtx : vCorners)
@@ -364,10 +369,8 @@ bool CutAndFillImpl::setOneMissingHeightPair(Point2* pVtx, HeightPair& heights)
 		bool& bKnown(pSide->bBefore ? heights.bBefore : heights.bAfter);
 		if(bKnown) continue;
 		Dt2* pDt(pSide->pZone->getDelaunayTriangulation());
-		Bbox2 box(pDt->computeBoundingBox());
-		double tolerance(1e-9 * std::max(1.0, std::max(box.get_maxX() - box.get_minX(), box.get_maxY() - box.get_minY())));
 		double height(0.0);
-		if(!pDt->getHeight(pVtx->x(), pVtx->y(), height, nullptr, tolerance))
+		if(!pDt->getHeight(pVtx->x(), pVtx->y(), height, nullptr, pSide->heightTolerance))
 		{
 			std::ostringstream oss;
 			oss << "no height " << (pSide->bBefore ? "before" : "after") << " at (" << pVtx->x() << ", " << pVtx->y() << "), no result";

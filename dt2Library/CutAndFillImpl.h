@@ -67,6 +67,7 @@ private:
 		ConstraintGraph2* pBorderGraph = nullptr; // oriented, the zone to the left
 		ConstraintGraph2* pInnerGraph = nullptr; // the other edges
 		bool bBefore = true;
+		double heightTolerance = 0.0; // reach of height queries just outside the hull
 	};
 
 	bool checkInput();

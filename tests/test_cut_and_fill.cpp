@@ -301,6 +301,39 @@ TEST(CutAndFill, RandomTerrainAgainstPlaneMatchesExactIntegration)
 	}
 }
 
+TEST(CutAndFill, ZeroLinesCrossingSlopedBordersKeepTheMeshValid)
+{
+	// A terrain over a disk has sloped hull edges, where a rounded zero point
+	// rarely lies on the edge. Against a plane through the same places (the
+	// combined hull is the disk's) and against a plane over a larger square
+	// (the disk's border lies inside the combined surface).
+	std::mt19937 rng(17);
+	std::uniform_real_distribution<double> angle(0.0, 6.283185307179586), radius(0.0, 1.0), dz(-1.0, 1.0);
+	std::vector<Point2> vDisk;
+	for(int i = 0; i < 700; ++i)
+	{
+		double a(angle(rng)), r(i < 60 ? 1.0 : std::sqrt(radius(rng)));
+		vDisk.push_back(Point2(r * std::cos(a), r * std::sin(a), dz(rng)));
+	}
+	Mirel_2D rough(700), samePlaces(700);
+	rough.insert(vDisk);
+	for(Point2& p : vDisk) p.setZ(0.5 * p.x());
+	samePlaces.insert(vDisk);
+	Zone2* pRough(rough.createZone(nullptr, ZL_GLOBAL, false));
+	Terrain square(rng, 900, [](double x, double) { return 0.5 * x; }, -2.0, 2.0);
+	ExactIntegrals exact(integrate(pRough, 0.5, 0.0));
+	for(Zone2* pPlane : {samePlaces.createZone(nullptr, ZL_GLOBAL, false), square.pZone})
+	{
+		CutAndFill caf(pRough, pPlane, 0.0);
+		ASSERT_TRUE(caf.go());
+		Totals totals(totalsOf(caf));
+		expectRelNear(totals.cut, exact.positive, 1e-12);
+		expectRelNear(totals.fill, exact.negative, 1e-12);
+		expectRelNear(totals.area.get_d(), exact.area, 1e-14);
+		checkStructure(caf);
+	}
+}
+
 TEST(CutAndFill, TwoRandomTerrainsNetVolumeMatchesExactIntegrals)
 {
 	// cut - fill is the integral of before minus that of after, each exact
