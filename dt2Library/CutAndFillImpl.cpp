@@ -188,6 +188,19 @@ bool CutAndFillImpl::checkInput()
 		sendError(GO_PLACE, before.vTriangles.empty() ? "The zone before has no triangles, no result" : "The zone after has no triangles, no result");
 		return false;
 	}
+	// A height that is not a number would poison every volume it touches.
+	for(const Side* pSide : {&before, &after})
+	{
+		for(const Triangle2* pT : pSide->vTriangles)
+		{
+			for(int i = 0; i < 3; ++i)
+			{
+				if(std::isfinite(pT->getCorner(i)->z())) continue;
+				sendError(GO_PLACE, pSide->bBefore ? "The zone before has a vertex with a non-finite height, no result" : "The zone after has a vertex with a non-finite height, no result");
+				return false;
+			}
+		}
+	}
 	return true;
 }
 

@@ -436,6 +436,13 @@ TEST(CutAndFill, BadInputGetsMessagesAndNoResult)
 		std::map<Point2*, std::pair<double, double>> mHeights;
 		EXPECT_FALSE(disjoint.getDiffZone(pDiff, mHeights));
 		EXPECT_EQ(pDiff, nullptr);
+		std::vector<Point2*> vVtx;
+		far.dt.getVertexPointers(vVtx);
+		double z(vVtx[7]->z());
+		vVtx[7]->setZ(std::nan(""));
+		CutAndFill nanHeight(a.pZone, far.pZone, 0.0);
+		EXPECT_FALSE(nanHeight.go());
+		vVtx[7]->setZ(z);
 		CutAndFill nanThreshold(a.pZone, a.pZone, std::nan(""));
 		EXPECT_FALSE(nanThreshold.go());
 		CutAndFill negative(a.pZone, a.pZone, -1.0);
