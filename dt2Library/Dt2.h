@@ -379,6 +379,27 @@ private:
 	// Last triangle a height walk ended in; a hint only, checked for life
 	// before use. Atomic so that concurrent height queries stay race-free.
 	std::atomic<Triangle2*> pLastHeightT{nullptr};
+
+	// ======================================================================
+	// Splitting an edge at a given place (Dt2_cat_cutt.cpp)
+	// ======================================================================
+public:
+	// Splits edge ith of pT, and the triangle across it, at a new vertex at p
+	// (its z included). Where p, rounded off the edge, would make a triangle
+	// clockwise or the hull reflex, the nearest of a few doubles around p that
+	// keeps every triangle counterclockwise and the hull convex is taken. An
+	// alive constraint piece on the edge is split at the new vertex. No flip
+	// follows, so the result need not be Delaunay. Null, changing nothing, when
+	// no such place exists. With a = corner ith, b, c the edge and d the corner
+	// across it: pT becomes (a, b, new), its edge 1 faces the new (a, new, c),
+	// its edge 0 the new (d, new, b), and the triangle across becomes (d, c, new).
+	Point2* splitEdgeAt(Triangle2* pT, int ith, const Point2& p);
+
+private:
+	bool isValidEdgeSplit(Triangle2* pT, int ith, const Point2& p);
+	// The hull neighbour of the hull vertex pT->getCorner(idx) that is not
+	// across the hull edge of pT; bForward picks the edge after the corner.
+	Point2* getOtherHullNeighbour(Triangle2* pT, int idx, bool bForward) const;
 };
 
 } // namespace MIREL25D

@@ -21,3 +21,6 @@
 #include "Mirel_2D.h"
 // Terrain tools
 #include "IsoContours.h"
+// Cut and fill
+#include "CAF_Component.h"
+#include "CutAndFill.h"

@@ -1,0 +1,507 @@
+// Cut and fill between two terrains, checked against exact rational
+// integration of the input surfaces (GMP), never against the library's own
+// combined triangulation: areas, net volume, and the cut and fill volumes
+// where the second surface is a plane.
+#include "CutAndFill.h"
+#include "Dt2.h"
+#include "Visualizer2.h"
+#include "test_support.h"
+#include <functional>
+#include <memory>
+
+namespace {
+using namespace MIREL25D;
+using namespace mtest;
+
+typedef std::function<double(double, double)> HeightFunc;
+
+// A terrain over the unit square: its corners plus n random points, heights
+// from f; the zone holds all triangles.
+struct Terrain
+{
+	Terrain(std::mt19937& rng, size_t n, const HeightFunc& f, double lo = 0.0, double hi = 1.0) : dt(unsigned(n + 4))
+	{
+		std::vector<Point2> vPoints{Point2(lo, lo, 0), Point2(hi, lo, 0), Point2(hi, hi, 0), Point2(lo, hi, 0)};
+		std::vector<Point2> vRandom(uniformPoints(rng, n, lo, hi));
+		vPoints.insert(vPoints.end(), vRandom.begin(), vRandom.end());
+		for(Point2& p : vPoints) p.setZ(f(p.x(), p.y()));
+		dt.insert(vPoints);
+		pZone = dt.createZone(nullptr, ZL_GLOBAL, false);
+	}
+	Mirel_2D dt;
+	Zone2* pZone;
+};
+
+mpq_class twiceArea(const mpq_class& ax, const mpq_class& ay, const mpq_class& bx, const mpq_class& by, const mpq_class& cx, const mpq_class& cy)
+{
+	return (bx - ax) * (cy - ay) - (by - ay) * (cx - ax);
+}
+
+// Exact integral of max(g, 0) over a triangle on which g is linear, g given at
+// the corners: the triangle is clipped at g = 0 and the piece integrated.
+struct ExactVertex
+{
+	mpq_class x, y, g;
+};
+mpq_class positivePartIntegral(const ExactVertex (&tri)[3])
+{
+	std::vector<ExactVertex> vPoly;
+	for(int i = 0; i < 3; ++i)
+	{
+		const ExactVertex& p(tri[i]);
+		const ExactVertex& q(tri[(i + 1) % 3]);
+		if(sgn(p.g) >= 0) vPoly.push_back(p);
+		if(sgn(p.g) * sgn(q.g) < 0)
+		{
+			mpq_class t(p.g / (p.g - q.g));
+			vPoly.push_back(ExactVertex{p.x + t * (q.x - p.x), p.y + t * (q.y - p.y), mpq_class(0)});
+		}
+	}
+	mpq_class sum(0);
+	for(size_t i = 1; i + 1 < vPoly.size(); ++i)
+	{
+		const ExactVertex &a(vPoly[0]), &b(vPoly[i]), &c(vPoly[i + 1]);
+		sum += twiceArea(a.x, a.y, b.x, b.y, c.x, c.y) * (a.g + b.g + c.g);
+	}
+	return sum / 6;
+}
+
+struct ExactIntegrals
+{
+	mpq_class area, volume, positive, negative; // of g = z - plane
+};
+// Over the zone's triangles: area, integral of z, and the integrals of the
+// positive and negative parts of z minus the plane (a*x + c).
+ExactIntegrals integrate(Zone2* pZone, double planeA, double planeC)
+{
+	std::vector<Triangle2*> vT;
+	pZone->getTriangles(vT);
+	ExactIntegrals result;
+	for(Triangle2* pT : vT)
+	{
+		ExactVertex tri[3], neg[3];
+		for(int i = 0; i < 3; ++i)
+		{
+			const Point2* p(pT->getCorner(i));
+			mpq_class g(mpq_class(p->z()) - mpq_class(planeA) * mpq_class(p->x()) - mpq_class(planeC));
+			tri[i] = ExactVertex{mpq_class(p->x()), mpq_class(p->y()), g};
+			neg[i] = ExactVertex{tri[i].x, tri[i].y, -g};
+		}
+		mpq_class a2(twiceArea(tri[0].x, tri[0].y, tri[1].x, tri[1].y, tri[2].x, tri[2].y));
+		result.area += a2 / 2;
+		result.volume += a2 * (mpq_class(pT->getCorner(0)->z()) + pT->getCorner(1)->z() + pT->getCorner(2)->z()) / 6;
+		result.positive += positivePartIntegral(tri);
+		result.negative += positivePartIntegral(neg);
+	}
+	return result;
+}
+
+struct Totals
+{
+	double cut = 0.0, fill = 0.0;
+	size_t numCut = 0, numFill = 0, numNull = 0;
+	mpq_class area;
+};
+Totals totalsOf(const CutAndFill& caf)
+{
+	Totals totals;
+	std::vector<Triangle2*> vT;
+	for(uint64_t i = 0; i < caf.getNumberOfComponents(); ++i)
+	{
+		CAF_Component* pC(caf.getComponent(i));
+		EXPECT_EQ(pC->getLabel(), int(i));
+		switch(pC->getCAFType())
+		{
+			case CT_CUT: totals.cut += pC->getVolume(), ++totals.numCut; break;
+			case CT_FILL: totals.fill += pC->getVolume(), ++totals.numFill; break;
+			default:
+				EXPECT_EQ(pC->getVolume(), 0.0);
+				++totals.numNull;
+		}
+		vT.clear();
+		pC->getTriangles(vT);
+		for(Triangle2* pT : vT)
+		{
+			const Point2 *a(pT->getCorner(0)), *b(pT->getCorner(1)), *c(pT->getCorner(2));
+			totals.area += twiceArea(a->x(), a->y(), b->x(), b->y(), c->x(), c->y()) / 2;
+		}
+	}
+	return totals;
+}
+
+void expectExact(const mpq_class& value, const mpq_class& exact)
+{
+	EXPECT_TRUE(value == exact) << value.get_d() << " instead of " << exact.get_d();
+}
+
+void expectRelNear(double value, const mpq_class& exact, double relTol)
+{
+	double e(exact.get_d());
+	EXPECT_NEAR(value, e, relTol * std::max(std::fabs(e), 1e-300)) << "exact " << e;
+}
+
+// The structure every result must have: components are maximal connected
+// sets of one sign, together exactly the difference zone, every vertex with
+// its heights and its difference as height.
+void checkStructure(CutAndFill& caf)
+{
+	Zone2* pDiffZone(nullptr);
+	std::map<Point2*, std::pair<double, double>> mHeights;
+	ASSERT_TRUE(caf.getDiffZone(pDiffZone, mHeights));
+	ASSERT_NE(pDiffZone, nullptr);
+	std::vector<Triangle2*> vZoneT, vAllComponentT;
+	pDiffZone->getTriangles(vZoneT);
+	std::map<Triangle2*, uint64_t> mComponentOf;
+	for(uint64_t i = 0; i < caf.getNumberOfComponents(); ++i)
+	{
+		std::vector<Triangle2*> vT;
+		CAF_Component* pC(caf.getComponent(i));
+		pC->getTriangles(vT);
+		for(Triangle2* pT : vT)
+		{
+			mComponentOf[pT] = i;
+			bool bPos(false), bNeg(false);
+			for(int k = 0; k < 3; ++k)
+			{
+				Point2* pV(pT->getCorner(k));
+				auto it(mHeights.find(pV));
+				ASSERT_TRUE(it != mHeights.end());
+				double diff(it->second.first - it->second.second);
+				EXPECT_TRUE(pV->z() == 0.0 || pV->z() == diff) << pV->z() << " vs " << diff;
+				bPos = bPos || pV->z() > 0.0;
+				bNeg = bNeg || pV->z() < 0.0;
+			}
+			CAFTYP expected(bPos ? CT_CUT : (bNeg ? CT_FILL : CT_NULL));
+			EXPECT_FALSE(bPos && bNeg);
+			EXPECT_EQ(pC->getCAFType(), expected);
+		}
+		vAllComponentT.insert(vAllComponentT.end(), vT.begin(), vT.end());
+		std::vector<Segment2> vBorder;
+		pC->getBorder(vBorder);
+		EXPECT_FALSE(vBorder.empty());
+	}
+	std::sort(vAllComponentT.begin(), vAllComponentT.end());
+	EXPECT_EQ(vAllComponentT, vZoneT);
+	// Neighbouring components differ in type, else they would be one.
+	for(const auto& entry : mComponentOf)
+	{
+		for(int k = 0; k < 3; ++k)
+		{
+			auto it(mComponentOf.find(entry.first->getOppositeTriangle(k)));
+			if(it == mComponentOf.end() || it->second == entry.second) continue;
+			EXPECT_NE(caf.getComponent(it->second)->getCAFType(), caf.getComponent(entry.second)->getCAFType());
+		}
+	}
+	EXPECT_TRUE(pDiffZone->getDelaunayTriangulation()->checkValidity(false, "combined surface"));
+}
+
+TEST(CutAndFill, IdenticalSurfacesGiveOnlyNullComponents)
+{
+	std::mt19937 rng(11);
+	HeightFunc f([](double x, double y) { return std::sin(7 * x) + y * y; });
+	Terrain a(rng, 300, f);
+	std::mt19937 rngCopy(11);
+	Terrain b(rngCopy, 300, f); // the same points in a second triangulation
+	for(Zone2* pAfter : {b.pZone, a.pZone})
+	{
+		CutAndFill caf(a.pZone, pAfter, 0.0);
+		ASSERT_TRUE(caf.go());
+		Totals totals(totalsOf(caf));
+		EXPECT_GT(totals.numNull, 0u);
+		EXPECT_EQ(totals.numCut + totals.numFill, 0u);
+		expectExact(totals.area, integrate(a.pZone, 0, 0).area);
+		checkStructure(caf);
+	}
+}
+
+TEST(CutAndFill, RaisedSurfaceIsOneComponentOfAreaTimesRaise)
+{
+	// Heights on a 1/1024 grid, so that the raise by 1 is exact.
+	std::mt19937 rng(5);
+	std::uniform_int_distribution<int> dz(0, 2048);
+	HeightFunc f([&](double, double) { return dz(rng) / 1024.0; });
+	Terrain before(rng, 400, f);
+	std::vector<Triangle2*> vT;
+	before.pZone->getTriangles(vT);
+	Mirel_2D raisedDt(500);
+	std::vector<Point2*> vVtx;
+	before.dt.getVertexPointers(vVtx);
+	std::vector<Point2> vRaised;
+	for(Point2* p : vVtx) vRaised.push_back(Point2(p->x(), p->y(), p->z() + 1.0));
+	raisedDt.insert(vRaised);
+	Zone2* pRaised(raisedDt.createZone(nullptr, ZL_GLOBAL, false));
+
+	CutAndFill fill(before.pZone, pRaised, 0.0);
+	ASSERT_TRUE(fill.go());
+	ASSERT_EQ(fill.getNumberOfComponents(), 1u);
+	EXPECT_EQ(fill.getComponent(0)->getCAFType(), CT_FILL);
+	EXPECT_NEAR(fill.getComponent(0)->getVolume(), 1.0, 1e-14);
+	CutAndFill cut(pRaised, before.pZone, 0.0);
+	ASSERT_TRUE(cut.go());
+	ASSERT_EQ(cut.getNumberOfComponents(), 1u);
+	EXPECT_EQ(cut.getComponent(0)->getCAFType(), CT_CUT);
+	EXPECT_NEAR(cut.getComponent(0)->getVolume(), 1.0, 1e-14);
+	checkStructure(cut);
+}
+
+TEST(CutAndFill, TiltedPlaneCrossingAFlatOneSplitsAtTheZeroLine)
+{
+	// z = x against z = 0.5 on other points: cut over x > 0.5, fill below,
+	// each 1/8.
+	std::mt19937 rng(3);
+	Terrain tilted(rng, 500, [](double x, double) { return x; });
+	Terrain flat(rng, 300, [](double, double) { return 0.5; });
+	CutAndFill caf(tilted.pZone, flat.pZone, 0.0);
+	ASSERT_TRUE(caf.go());
+	Totals totals(totalsOf(caf));
+	EXPECT_EQ(totals.numCut, 1u);
+	EXPECT_EQ(totals.numFill, 1u);
+	EXPECT_NEAR(totals.cut, 0.125, 1e-13);
+	EXPECT_NEAR(totals.fill, 0.125, 1e-13);
+	expectExact(totals.area, 1);
+	checkStructure(caf);
+	// The zero line is the border between the two: all its points lie at x = 0.5.
+	for(uint64_t i = 0; i < caf.getNumberOfComponents(); ++i)
+	{
+		std::vector<Segment2> vBorder;
+		caf.getComponent(i)->getBorder(vBorder);
+		for(const Segment2& seg : vBorder)
+		{
+			bool bOnSquare(seg.getSrc().x() == seg.getTrg().x() ? (seg.getSrc().x() == 0 || seg.getSrc().x() == 1) : (seg.getSrc().y() == seg.getTrg().y() && (seg.getSrc().y() == 0 || seg.getSrc().y() == 1)));
+			if(!bOnSquare)
+			{
+				EXPECT_NEAR(seg.getSrc().x(), 0.5, 1e-15);
+				EXPECT_NEAR(seg.getTrg().x(), 0.5, 1e-15);
+			}
+		}
+	}
+}
+
+TEST(CutAndFill, RandomTerrainAgainstPlaneMatchesExactIntegration)
+{
+	// Both signs in many places; the plane z = x/2 makes the exact cut and
+	// fill the positive and negative parts of terrain minus plane, integrated
+	// over the terrain's own triangles.
+	for(unsigned seed : {1u, 2u, 3u})
+	{
+		std::mt19937 rng(seed);
+		std::uniform_real_distribution<double> dz(0.0, 1.0);
+		Terrain rough(rng, 800, [&](double, double) { return dz(rng); });
+		Terrain plane(rng, 700, [](double x, double) { return 0.5 * x; });
+		CutAndFill caf(rough.pZone, plane.pZone, 0.0);
+		ASSERT_TRUE(caf.go());
+		Totals totals(totalsOf(caf));
+		ExactIntegrals exact(integrate(rough.pZone, 0.5, 0.0));
+		EXPECT_GT(totals.numCut, 1u);
+		EXPECT_GT(totals.numFill, 1u);
+		expectRelNear(totals.cut, exact.positive, 1e-12);
+		expectRelNear(totals.fill, exact.negative, 1e-12);
+		expectRelNear(totals.area.get_d(), exact.area, 1e-15);
+		checkStructure(caf);
+	}
+}
+
+TEST(CutAndFill, ZeroLinesCrossingSlopedBordersKeepTheMeshValid)
+{
+	// A terrain over a disk has sloped hull edges, where a rounded zero point
+	// rarely lies on the edge. Against a plane through the same places (the
+	// combined hull is the disk's) and against a plane over a larger square
+	// (the disk's border lies inside the combined surface).
+	std::mt19937 rng(17);
+	std::uniform_real_distribution<double> angle(0.0, 6.283185307179586), radius(0.0, 1.0), dz(-1.0, 1.0);
+	std::vector<Point2> vDisk;
+	for(int i = 0; i < 700; ++i)
+	{
+		double a(angle(rng)), r(i < 60 ? 1.0 : std::sqrt(radius(rng)));
+		vDisk.push_back(Point2(r * std::cos(a), r * std::sin(a), dz(rng)));
+	}
+	Mirel_2D rough(700), samePlaces(700);
+	rough.insert(vDisk);
+	for(Point2& p : vDisk) p.setZ(0.5 * p.x());
+	samePlaces.insert(vDisk);
+	Zone2* pRough(rough.createZone(nullptr, ZL_GLOBAL, false));
+	Terrain square(rng, 900, [](double x, double) { return 0.5 * x; }, -2.0, 2.0);
+	ExactIntegrals exact(integrate(pRough, 0.5, 0.0));
+	for(Zone2* pPlane : {samePlaces.createZone(nullptr, ZL_GLOBAL, false), square.pZone})
+	{
+		CutAndFill caf(pRough, pPlane, 0.0);
+		ASSERT_TRUE(caf.go());
+		Totals totals(totalsOf(caf));
+		expectRelNear(totals.cut, exact.positive, 1e-12);
+		expectRelNear(totals.fill, exact.negative, 1e-12);
+		expectRelNear(totals.area.get_d(), exact.area, 1e-14);
+		checkStructure(caf);
+	}
+}
+
+TEST(CutAndFill, TwoRandomTerrainsNetVolumeMatchesExactIntegrals)
+{
+	// cut - fill is the integral of before minus that of after, each exact
+	// over its own triangles; the zones differ (a sub-square after).
+	std::mt19937 rng(8);
+	std::uniform_real_distribution<double> dz(-1.0, 1.0);
+	HeightFunc random([&](double, double) { return dz(rng); });
+	Terrain before(rng, 1500, random);
+	Terrain after(rng, 1200, random);
+	CutAndFill caf(before.pZone, after.pZone, 0.0);
+	ASSERT_TRUE(caf.go());
+	Totals totals(totalsOf(caf));
+	mpq_class net(integrate(before.pZone, 0, 0).volume - integrate(after.pZone, 0, 0).volume);
+	expectRelNear(totals.cut - totals.fill, net, 1e-12);
+	expectExact(totals.area, 1);
+	checkStructure(caf);
+
+	// The common area of a terrain and one over a shifted square is their
+	// overlap, [0.5, 1] x [0.5, 1].
+	Terrain shifted(rng, 600, random, 0.5, 1.5);
+	CutAndFill overlap(before.pZone, shifted.pZone, 0.0);
+	ASSERT_TRUE(overlap.go());
+	expectExact(totalsOf(overlap).area, mpq_class(1, 4));
+	checkStructure(overlap);
+}
+
+TEST(CutAndFill, IgnoreThresholdTurnsSmallDifferencesIntoNull)
+{
+	// Noise within +-0.01 around a flat surface: null with a threshold of
+	// 0.01, cut and fill with 0; a threshold below every difference changes
+	// nothing.
+	std::mt19937 rng(21);
+	std::uniform_real_distribution<double> noise(-0.01, 0.01);
+	Terrain flat(rng, 200, [](double, double) { return 2.0; });
+	Terrain noisy(rng, 300, [&](double, double) { return 2.0 + noise(rng); });
+	CutAndFill ignoring(noisy.pZone, flat.pZone, 0.01);
+	ASSERT_TRUE(ignoring.go());
+	Totals t1(totalsOf(ignoring));
+	EXPECT_EQ(t1.numCut + t1.numFill, 0u);
+	EXPECT_EQ(t1.numNull, 1u);
+	expectExact(t1.area, 1);
+
+	CutAndFill exact(noisy.pZone, flat.pZone, 0.0);
+	CutAndFill tiny(noisy.pZone, flat.pZone, 1e-300);
+	ASSERT_TRUE(exact.go());
+	ASSERT_TRUE(tiny.go());
+	Totals t0(totalsOf(exact)), tTiny(totalsOf(tiny));
+	EXPECT_GT(t0.numCut, 0u);
+	EXPECT_GT(t0.numFill, 0u);
+	EXPECT_EQ(t0.numCut, tTiny.numCut);
+	EXPECT_EQ(t0.numFill, tTiny.numFill);
+	EXPECT_NEAR(t0.cut, tTiny.cut, 1e-15);
+	EXPECT_NEAR(t0.fill, tTiny.fill, 1e-15);
+	mpq_class net(integrate(noisy.pZone, 0, 0).volume - integrate(flat.pZone, 0, 0).volume);
+	expectRelNear(t0.cut - t0.fill, net, 1e-11);
+
+	// A threshold between: the null band separates cut from fill, volumes
+	// stay those of the true surfaces over the cut and fill parts.
+	Terrain tilted(rng, 400, [](double x, double) { return x; });
+	Terrain half(rng, 300, [](double, double) { return 0.5; });
+	CutAndFill banded(tilted.pZone, half.pZone, 0.3);
+	ASSERT_TRUE(banded.go());
+	Totals tb(totalsOf(banded));
+	EXPECT_EQ(tb.numNull, 1u);
+	EXPECT_EQ(tb.numCut, 1u);
+	EXPECT_EQ(tb.numFill, 1u);
+	// The cut part covers x > 0.8 (0.08 of volume there) and, with the
+	// triangles across that line, stays within x > 0.5 (0.125).
+	EXPECT_GT(tb.cut, 0.08);
+	EXPECT_LT(tb.cut, 0.125);
+	expectExact(tb.area, 1);
+	checkStructure(banded);
+}
+
+struct ProgressLog : MsgBase
+{
+	void update(MsgType, double value) override { vValues.push_back(value); }
+	std::vector<double> vValues;
+};
+
+TEST(CutAndFill, BadInputGetsMessagesAndNoResult)
+{
+	std::mt19937 rng(4);
+	Terrain a(rng, 50, [](double x, double) { return x; });
+	Terrain far(rng, 50, [](double, double y) { return y; }, 2.0, 3.0);
+	Zone2* pEmpty(zoneDifference(a.pZone, a.pZone));
+	ASSERT_NE(pEmpty, nullptr);
+	std::string out(captureStdout([&]() {
+		CutAndFill noBefore(nullptr, a.pZone, 0.0);
+		EXPECT_FALSE(noBefore.go());
+		EXPECT_EQ(noBefore.getNumberOfComponents(), 0u);
+		CutAndFill noAfter(a.pZone, nullptr, 0.0);
+		EXPECT_FALSE(noAfter.go());
+		CutAndFill empty(a.pZone, pEmpty, 0.0);
+		EXPECT_FALSE(empty.go());
+		CutAndFill disjoint(a.pZone, far.pZone, 0.0);
+		EXPECT_FALSE(disjoint.go());
+		EXPECT_EQ(disjoint.getNumberOfComponents(), 0u);
+		Zone2* pDiff(a.pZone);
+		std::map<Point2*, std::pair<double, double>> mHeights;
+		EXPECT_FALSE(disjoint.getDiffZone(pDiff, mHeights));
+		EXPECT_EQ(pDiff, nullptr);
+		std::vector<Point2*> vVtx;
+		far.dt.getVertexPointers(vVtx);
+		double z(vVtx[7]->z());
+		vVtx[7]->setZ(std::nan(""));
+		CutAndFill nanHeight(a.pZone, far.pZone, 0.0);
+		EXPECT_FALSE(nanHeight.go());
+		vVtx[7]->setZ(z);
+		CutAndFill nanThreshold(a.pZone, a.pZone, std::nan(""));
+		EXPECT_FALSE(nanThreshold.go());
+		CutAndFill negative(a.pZone, a.pZone, -1.0);
+		EXPECT_FALSE(negative.go());
+		std::unique_ptr<Visualizer2> pNoVis;
+		negative.show(pNoVis.get());
+	}));
+	std::string golden(std::string(__FILE__).substr(0, std::string(__FILE__).rfind('/')) + "/data/cut_and_fill_bad_input.txt");
+	if(std::getenv("MIREL_REGENERATE_GOLDEN") != nullptr) std::ofstream(golden, std::ios::binary) << out;
+	EXPECT_EQ(out, readFile(golden));
+
+	// A failed run leaves the object usable: the next one with good input works.
+	CutAndFill again(a.pZone, far.pZone, 0.0);
+	EXPECT_FALSE(captureStdout([&]() { EXPECT_FALSE(again.go()); }).empty());
+	CutAndFill good(a.pZone, a.pZone, 0.0);
+	ProgressLog log;
+	good.subscribe(MSG_PROGRESS, &log);
+	good.subscribe(MSG_PROGRESS, &log);
+	ASSERT_TRUE(good.go());
+	ASSERT_FALSE(log.vValues.empty());
+	EXPECT_TRUE(std::is_sorted(log.vValues.begin(), log.vValues.end()));
+	EXPECT_EQ(log.vValues.back(), 100.0);
+	size_t numHeard(log.vValues.size());
+	good.unsubscribe(MSG_PROGRESS, &log);
+	ASSERT_TRUE(good.go());
+	EXPECT_EQ(log.vValues.size(), numHeard);
+}
+
+TEST(CutAndFill, ShowDrawsCutGreenAndFillBlue)
+{
+	std::mt19937 rng(9);
+	Terrain wave(rng, 600, [](double x, double y) { return std::sin(6 * x) * std::cos(5 * y); });
+	Terrain flat(rng, 100, [](double, double) { return 0.0; });
+	CutAndFill caf(wave.pZone, flat.pZone, 0.05);
+	ASSERT_TRUE(caf.go());
+	{
+		Visualizer2 vis("cut_and_fill.ps");
+		caf.show(&vis);
+		vis.writeFile();
+	}
+	if(!ghostscriptAvailable()) GTEST_SKIP() << "Ghostscript missing";
+	Image image;
+	std::string log;
+	ASSERT_TRUE(render("cut_and_fill.ps", "cut_and_fill.png", 40, image, log)) << log;
+	size_t aCount[3] = {0, 0, 0}; // red, green, blue pixels
+	for(size_t i = 0; i + 2 < image.rgb.size(); i += 3)
+	{
+		unsigned char r(image.rgb[i]), g(image.rgb[i + 1]), b(image.rgb[i + 2]);
+		if(r > 200 && g < 60 && b < 60) ++aCount[0];
+		if(g > 200 && r < 60 && b < 60) ++aCount[1];
+		if(b > 200 && r < 60 && g < 60) ++aCount[2];
+	}
+	Totals totals(totalsOf(caf));
+	EXPECT_GT(totals.numCut, 1u);
+	EXPECT_GT(totals.numFill, 1u);
+	EXPECT_GT(totals.numNull, 0u);
+	EXPECT_GT(aCount[0], 0u);
+	EXPECT_GT(aCount[1], 1000u);
+	EXPECT_GT(aCount[2], 1000u);
+}
+
+} // namespace
