@@ -238,8 +238,8 @@ void VertexVault::treatDupsAndHandles(Point2** handles, size_t numHandles)
 	bool bHandlesAgree(handles == nullptr || mRedundant2UniqueVtx.size() == numFoundInHandles);
 	if(!bHandlesAgree || mRedundant2UniqueVtx.size() != numFoundInIdxVtxAct)
 	{
-		std::cout << "BUG: mRedundant2UniqueVtx.size()=" << mRedundant2UniqueVtx.size() << ", numFoundInHandles=" << numFoundInHandles
-				  << ", numFoundInIdxVtxAct=" << numFoundInIdxVtxAct << std::endl;
+		sendRawText("BUG: mRedundant2UniqueVtx.size()=" + std::to_string(mRedundant2UniqueVtx.size()) + ", numFoundInHandles=" +
+					std::to_string(numFoundInHandles) + ", numFoundInIdxVtxAct=" + std::to_string(numFoundInIdxVtxAct) + "\n");
 	}
 	if(handles != nullptr) MIREL_ASSERT(mRedundant2UniqueVtx.size()==numFoundInHandles);
 	MIREL_ASSERT(mRedundant2UniqueVtx.size()==numFoundInIdxVtxAct);
