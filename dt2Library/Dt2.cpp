@@ -94,21 +94,17 @@ void Dt2::insertVector(const std::vector<Point2>& vPoints, std::vector<Point2*>&
 {
 	MIREL_ASSERT(vertexVault.dupIsClean());
 	vHandles.assign(vPoints.size(), nullptr);
-	if(vPoints.empty()) return;
-	progress.start("insert", 1.1 * double(vPoints.size()));
-	growBox([&]() {
-		bool bChanged(false);
-		for(const Point2& p : vPoints) bChanged = bbx.add(p) || bChanged;
-		return bChanged;
-	});
-	insertBatch(
-		vPoints.size(), [&vPoints](size_t i, double& x, double& y) { vPoints[i].xy(x, y); }, [&vPoints](size_t i, Point2* pVtx) { pVtx->set(vPoints[i]); },
-		&vHandles[0]);
+	insertPointVector(vPoints, vHandles.empty() ? nullptr : &vHandles[0]);
 }
 
 void Dt2::insertVector(const std::vector<Point2>& vPoints)
 {
 	MIREL_ASSERT(vertexVault.dupIsClean());
+	insertPointVector(vPoints, nullptr);
+}
+
+void Dt2::insertPointVector(const std::vector<Point2>& vPoints, Point2** handles)
+{
 	if(vPoints.empty()) return;
 	progress.start("insert", 1.1 * double(vPoints.size()));
 	growBox([&]() {
@@ -118,7 +114,7 @@ void Dt2::insertVector(const std::vector<Point2>& vPoints)
 	});
 	insertBatch(
 		vPoints.size(), [&vPoints](size_t i, double& x, double& y) { vPoints[i].xy(x, y); }, [&vPoints](size_t i, Point2* pVtx) { pVtx->set(vPoints[i]); },
-		nullptr);
+		handles);
 }
 
 double Dt2::measureTriangulationTime(std::vector<Point2>& vPoints)
@@ -218,7 +214,7 @@ void Dt2::makeBatchVerticesMT(size_t n, XYFunc getXY, FillFunc fillVertex, Point
 	InserterMT::sortKeyIndexPairsMT(numCPU, pPairs, pPairs + n, n);
 	// Only pointers are handed out here; the threads below initialise the
 	// records and vertices, which also spreads the first touch of their memory.
-	IdxVtxAct** aRecords(vertexVault.appendRecords(n));
+	IdxVtxAct* aRecords(vertexVault.appendRecords(n));
 	std::vector<std::pair<Point2*, size_t>> vRuns;
 	size_t numGot(vertexPool.allocRawRuns(n, vRuns));
 	MIREL_ASSERT(numGot==n);
@@ -233,7 +229,7 @@ void Dt2::makeBatchVerticesMT(size_t n, XYFunc getXY, FillFunc fillVertex, Point
 			Point2* pVtx(new(vRuns[run].first + (k - runStart)) Point2());
 			fillVertex(i, pVtx);
 			if(handles != nullptr) handles[i] = pVtx;
-			IdxVtxAct* pRec(aRecords[k]);
+			IdxVtxAct* pRec(aRecords + k);
 			pRec->key = uint32_t(pPairs[k] >> 32);
 			pRec->active = 1;
 			pRec->pVtx = pVtx;
@@ -276,9 +272,9 @@ void Dt2::insertBatch(size_t n, XYFunc getXY, FillFunc fillVertex, Point2** hand
 	{
 		// The batch is sorted at the end of the store; start triangles for the
 		// walk come from the older, merged part until the batch is merged too.
-		IdxVtxAct** first(vertexVault.getRecords() + vertexVault.getNumSorted());
-		IdxVtxAct** last(vertexVault.getRecords() + vertexVault.size());
-		Triangle2* pStartT(vertexVault.getCloseTriangle((*first)->key));
+		IdxVtxAct* first(vertexVault.getRecords() + vertexVault.getNumSorted());
+		IdxVtxAct* last(vertexVault.getRecords() + vertexVault.size());
+		Triangle2* pStartT(vertexVault.getCloseTriangle(first->key));
 		MIREL_ASSERT(pStartT!=0);
 		triangulateRec(first, last, pStartT);
 		vertexVault.mergeBatch();
@@ -299,27 +295,27 @@ void Dt2::insertBatch(size_t n, XYFunc getXY, FillFunc fillVertex, Point2** hand
 // The middle is moved back to the start of its run of equal keys: points at the
 // same place share their key, so the first of them in input order is always
 // inserted first and stays while the later ones become its duplicates.
-void Dt2::triangulateRec(IdxVtxAct** first, IdxVtxAct** last, Triangle2* pStartT)
+void Dt2::triangulateRec(IdxVtxAct* first, IdxVtxAct* last, Triangle2* pStartT)
 {
 	while(last - first >= 16)
 	{
-		IdxVtxAct** mid(first + (last - first) / 2);
-		uint32_t midKey((*mid)->key);
-		while(mid > first && (*(mid - 1))->key == midKey) --mid;
+		IdxVtxAct* mid(first + (last - first) / 2);
+		uint32_t midKey(mid->key);
+		while(mid > first && (mid - 1)->key == midKey) --mid;
 		if(mid == first)
 		{
 			// The whole left half shares one key: take its run in order.
-			IdxVtxAct** runEnd(first + (last - first) / 2 + 1);
-			while(runEnd < last && (*runEnd)->key == midKey) ++runEnd;
+			IdxVtxAct* runEnd(first + (last - first) / 2 + 1);
+			while(runEnd < last && runEnd->key == midKey) ++runEnd;
 			pStartT = insertSequentially(first, runEnd, pStartT);
 			first = runEnd;
 			continue;
 		}
-		Triangle2* pLeftStartT(insertRecord(*mid, pStartT));
+		Triangle2* pLeftStartT(insertRecord(mid, pStartT));
 		triangulateRec(first, mid, pLeftStartT);
 		// A duplicate or inactive middle has no triangle of its own; the triangle
 		// where it was handled is still alive (insertion releases none) and near.
-		pStartT = (*mid)->active ? (*mid)->pVtx->getIncidentTriangle() : nullptr;
+		pStartT = mid->active ? mid->pVtx->getIncidentTriangle() : nullptr;
 		if(pStartT == nullptr) pStartT = pLeftStartT;
 		MIREL_ASSERT_PINNED(pStartT!=0, "Dt2.cpp", 2422);
 		first = mid + 1;
@@ -327,9 +323,9 @@ void Dt2::triangulateRec(IdxVtxAct** first, IdxVtxAct** last, Triangle2* pStartT
 	insertSequentially(first, last, pStartT);
 }
 
-Triangle2* Dt2::insertSequentially(IdxVtxAct** first, IdxVtxAct** last, Triangle2* pStartT)
+Triangle2* Dt2::insertSequentially(IdxVtxAct* first, IdxVtxAct* last, Triangle2* pStartT)
 {
-	for(; first != last; ++first) pStartT = insertRecord(*first, pStartT);
+	for(; first != last; ++first) pStartT = insertRecord(first, pStartT);
 	return pStartT;
 }
 
@@ -347,7 +343,7 @@ void Dt2::createFullDimTriangle()
 	pT->setProperties(a, b, c);
 	vertexVault.setFullDimensional();
 
-	IdxVtxAct** records(vertexVault.getRecords());
+	IdxVtxAct* records(vertexVault.getRecords());
 	triangulateRec(records, records + idxA, pT);
 	triangulateRec(records + idxA + 1, records + vertexVault.size(), a->getIncidentTriangle());
 }

@@ -119,6 +119,8 @@ private:
 	}
 
 	// ---- Insertion machinery ----
+	// The batch insertion of both insertVector overloads; handles may be null.
+	void insertPointVector(const std::vector<Point2>& vPoints, Point2** handles);
 	// Adds points to the box; if it changed, doubles it about its centre (which
 	// raises the predicates' error bound), sets up the Hilbert grid again and re-keys.
 	template<class AddFunc>
@@ -131,8 +133,8 @@ private:
 	// vertices on numCPU threads; batchBox receives the batch's bounds.
 	template<class XYFunc, class FillFunc>
 	void makeBatchVerticesMT(size_t n, XYFunc getXY, FillFunc fillVertex, Point2** handles, Bbox2& batchBox);
-	void triangulateRec(IdxVtxAct** first, IdxVtxAct** last, Triangle2* pStartT);
-	Triangle2* insertSequentially(IdxVtxAct** first, IdxVtxAct** last, Triangle2* pStartT);
+	void triangulateRec(IdxVtxAct* first, IdxVtxAct* last, Triangle2* pStartT);
+	Triangle2* insertSequentially(IdxVtxAct* first, IdxVtxAct* last, Triangle2* pStartT);
 	// Inserts the record's vertex unless it is inactive or already in the mesh.
 	Triangle2* insertRecord(IdxVtxAct* pRec, Triangle2* pStartT)
 	{
