@@ -526,15 +526,8 @@ Triangle2* Dt2::getAdjacentTriangle(Point2* p0, Point2* p1) const
 	MIREL_ASSERT(p1!=0);
 	MIREL_ASSERT(p0!=p1);
 	if(p0->getIncidentTriangle() == nullptr) return nullptr;
-	TriangleAroundVertexIterator it(p0);
-	Triangle2* pStartT(*it);
-	do
-	{
-		Triangle2* pT(*it);
-		if(pT != nullptr && pT->getCorner(nextIndex(pT->getIntraTriangleIndex(p0))) == p1) return pT;
-		++it;
-	} while(*it != pStartT);
-	return nullptr;
+	return MeshSurgery::findInFan(p0, p0->getIncidentTriangle(),
+								  [p0, p1](const Triangle2* pT) { return pT->getCorner(nextIndex(pT->getIntraTriangleIndex(p0))) == p1; });
 }
 
 void Dt2::getIncidentTriangles(Point2* v, std::vector<Triangle2*>& vIncidentT) const
