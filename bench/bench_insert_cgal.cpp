@@ -9,7 +9,13 @@
 // triangulation builds (and its temporaries), not the input arrays or what an
 // earlier measurement left behind.
 //
-// Usage: bench_insert_cgal [numPoints ...] [--reps k]   (default 1000000 4000000, k = 3)
+// The two libraries take turns within each repetition (interleaved), so that
+// a machine shared with other work slows both alike; the best of the
+// repetitions counts.
+//
+// Usage: bench_insert_cgal [numPoints ...] [--grid side ...] [--reps k]
+//   numPoints: uniform random points (default 1000000 4000000, k = 3)
+//   --grid side: the side x side integer grid, a maximally cocircular input
 
 #include "Mirel_2D.h"
 #include <CGAL/Delaunay_triangulation_2.h>
@@ -65,9 +71,17 @@ bool resetPeak()
 // The same points for both libraries, generated straight into each input array
 // (a temporary array freed before the measurement would change how the
 // allocator serves the measured code).
+// Grid side of the current measurement; 0 for uniform random points.
+size_t gridSide(0);
+
 template<class MakePoint>
 void makePoints(size_t n, MakePoint makePoint)
 {
+	if(gridSide > 0)
+	{
+		for(size_t i = 0; i < n; ++i) makePoint(double(i % gridSide), double(i / gridSide));
+		return;
+	}
 	std::mt19937_64 rng(20261121);
 	std::uniform_real_distribution<double> uniform(0.0, 1000.0);
 	for(size_t i = 0; i < n; ++i)
@@ -149,25 +163,34 @@ bool runInChild(Fn fn, Result& result)
 
 int main(int argc, char** argv)
 {
-	std::vector<size_t> vSizes;
+	// (number of points, grid side or 0)
+	std::vector<std::pair<size_t, size_t>> vInputs;
 	int numReps(3);
 	for(int i = 1; i < argc; ++i)
 	{
 		if(std::strcmp(argv[i], "--reps") == 0 && i + 1 < argc) numReps = std::atoi(argv[++i]);
-		else vSizes.push_back(std::strtoull(argv[i], nullptr, 10));
+		else if(std::strcmp(argv[i], "--grid") == 0 && i + 1 < argc)
+		{
+			size_t side(std::strtoull(argv[++i], nullptr, 10));
+			vInputs.push_back(std::make_pair(side * side, side));
+		}
+		else vInputs.push_back(std::make_pair(std::strtoull(argv[i], nullptr, 10), size_t(0)));
 	}
-	if(vSizes.empty()) vSizes = {1000000, 4000000};
+	if(vInputs.empty()) vInputs = {{1000000, 0}, {4000000, 0}};
 	if(numReps < 1) numReps = 1;
 
 	std::printf("%10s  %-7s %10s %12s %12s\n", "points", "library", "seconds", "bytes/point", "triangles");
-	for(size_t n : vSizes)
+	for(const std::pair<size_t, size_t>& input : vInputs)
 	{
-		// Best time of the repetitions (the machine may be shared); memory is deterministic.
+		size_t n(input.first);
+		gridSide = input.second;
+		const char* kind(gridSide > 0 ? " grid" : "");
+		// Best time of the repetitions; memory is deterministic.
 		Result best[2];
-		for(int which = 0; which < 2; ++which)
+		best[0].seconds = best[1].seconds = 1e300;
+		for(int rep = 0; rep < numReps; ++rep)
 		{
-			best[which].seconds = 1e300;
-			for(int rep = 0; rep < numReps; ++rep)
+			for(int which = 0; which < 2; ++which)
 			{
 				Result r;
 				bool bOk(which == 0 ? runInChild([n]() { return runMirel(n); }, r) : runInChild([n]() { return runCgal(n); }, r));
@@ -178,10 +201,13 @@ int main(int argc, char** argv)
 				}
 				if(r.seconds < best[which].seconds) best[which] = r;
 			}
-			std::printf("%10zu  %-7s %10.3f %12.1f %12.0f\n", n, which == 0 ? "Mirel" : "CGAL", best[which].seconds, best[which].peakBytes / double(n),
+		}
+		for(int which = 0; which < 2; ++which)
+		{
+			std::printf("%10zu%s  %-7s %10.3f %12.1f %12.0f\n", n, kind, which == 0 ? "Mirel" : "CGAL", best[which].seconds, best[which].peakBytes / double(n),
 						best[which].numTriangles);
 		}
-		std::printf("%10zu  ratio   %10.2f %12.2f\n", n, best[0].seconds / best[1].seconds, best[0].peakBytes / best[1].peakBytes);
+		std::printf("%10zu%s  ratio   %10.2f %12.2f\n", n, kind, best[0].seconds / best[1].seconds, best[0].peakBytes / best[1].peakBytes);
 	}
 	return 0;
 }

@@ -7,8 +7,7 @@
 namespace MIREL25D {
 
 namespace {
-const double LARGEST_DOUBLE(1.7976931348623157e308);
-const double LOWEST_DOUBLE(-1.7976931348623157e308);
+const double LOWEST_DOUBLE(-LARGEST_DOUBLE);
 } // namespace
 
 Bbox2::Bbox2(GeomTest* pGeomTest_)

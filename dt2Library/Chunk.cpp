@@ -36,7 +36,7 @@ bool Chunk::isInBox(const Triangle2* pT) const
 void Chunk::growByCircumcircle(const Triangle2* pT, const char* accuracyMessage)
 {
 	std::pair<Point2, bool> dual(pT->getDual());
-	if(!dual.second) std::cout << accuracyMessage << std::endl;
+	if(!dual.second) sendRawText(std::string(accuracyMessage) + "\n");
 	const Point2& centre(dual.first);
 	// The largest corner distance covers the circle even where the centre is a
 	// little off; the corners themselves are added as well.

@@ -1,4 +1,6 @@
 #include "ConstraintGraph2.h"
+#include "tools.h"
+#include <sstream>
 #include "ConstraintMgr.h"
 #include "Dt2.h"
 #include "Color.h"
@@ -235,9 +237,11 @@ void ConstraintGraph2::getPolygonVertices(std::vector<Point2*>& vVertices)
 		{
 			if(!pCSeg->isAlive())
 			{
-				std::cout << "BUG in ConstraintGraph2::getPolygonVertices" << std::endl;
-				std::cout << "For constraint segment pCSeg:" << *pCSeg << std::endl;
-				std::cout << "ownerCG=" << this << std::endl;
+				std::ostringstream oss;
+				oss << "BUG in ConstraintGraph2::getPolygonVertices\n"
+					<< "For constraint segment pCSeg:" << *pCSeg << "\n"
+					<< "ownerCG=" << this << "\n";
+				sendRawText(oss.str());
 				MIREL_ASSERT(pCSeg->isAlive());
 			}
 			vVertices.push_back(getDirectedSrc(pCSeg));
@@ -254,7 +258,7 @@ bool ConstraintGraph2::isConstraint(Point2* p0, Point2* p1) const
 {
 	if(p0 == p1) return false;
 	if(p1 < p0) std::swap(p0, p1);
-	ConstraintSegment2 probe(p0, p1, cis);
+	ConstraintSegment2 probe(nullptr, p0, p1, cis);
 	auto it(mCSegReverse.find(&probe));
 	return it != mCSegReverse.end() && it->first->isAlive();
 }

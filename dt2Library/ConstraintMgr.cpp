@@ -38,7 +38,7 @@ ConstraintSegment2* ConstraintMgr::addConstraintSegment(Point2* p0, Point2* p1, 
 	MIREL_ASSERT(p0<p1);
 	auto it(mPPCSeg.find(std::make_pair(p0, p1)));
 	if(it != mPPCSeg.end()) return it->second;
-	ConstraintSegment2* pCSeg(new ConstraintSegment2(p0, p1, cis));
+	ConstraintSegment2* pCSeg(new ConstraintSegment2(this, p0, p1, cis));
 	if(cis != CIS_CONSTRAINED_DELAUNAY) bConformingExist = true;
 	mPPCSeg.emplace(std::make_pair(p0, p1), pCSeg);
 	sConstraintVertices.insert(p0);

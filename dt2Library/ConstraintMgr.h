@@ -77,6 +77,7 @@ public:
 	// after a uint64 piece count.
 	bool writeConstraintsBIN(const char* prefix) const;
 
+	Dt2* getDt2() const { return pDt2; }
 	// The triangle that holds the directed edge p0 -> p1, or null.
 	Triangle2* findTriangleWithDirectedEdge(Point2* p0, Point2* p1) const;
 

@@ -14,8 +14,8 @@ namespace {
 int labelCounter(0);
 } // namespace
 
-ConstraintSegment2::ConstraintSegment2(Point2* p0_, Point2* p1_, ConstraintInsertionStrategy cis_)
-	: label(labelCounter++), p0(p0_), p1(p1_), cis(cis_), bAlive(true), adjacentArea(1.7976931348623157e308)
+ConstraintSegment2::ConstraintSegment2(ConstraintMgr* pMgr_, Point2* p0_, Point2* p1_, ConstraintInsertionStrategy cis_)
+	: pMgr(pMgr_), label(labelCounter++), p0(p0_), p1(p1_), cis(cis_), bAlive(true), adjacentArea(LARGEST_DOUBLE)
 {
 	MIREL_ASSERT(p0<p1);
 }
@@ -64,16 +64,10 @@ void ConstraintSegment2::getChildrenAndSplitPoint(ConstraintSegment2*& pCSeg0, C
 	else pSplit = nullptr;
 }
 
-ConstraintMgr* ConstraintSegment2::getOwnerMgr() const
-{
-	return (*sOwners.begin())->getDt2()->getConstraintMgr();
-}
-
 // Registers the two children at pSplit and tells every owner graph; the
 // manager-wide bookkeeping runs once, through the first owner.
 void ConstraintSegment2::createChildren(Point2* pSplit)
 {
-	ConstraintMgr* pMgr(getOwnerMgr());
 	vChildren.push_back(pMgr->addConstraintSegment(p0, pSplit, cis));
 	vChildren.push_back(pMgr->addConstraintSegment(p1, pSplit, cis));
 	pMgr->inheritInputSegment(this, vChildren[0]);
@@ -101,24 +95,24 @@ bool ConstraintSegment2::split_combinatorialOnly(Point2* pSplit)
 	return true;
 }
 
+Point2* ConstraintSegment2::insertSplitVertex(const Point2& splitPoint)
+{
+	ConstraintUnlock unlock(this);
+	return pMgr->getDt2()->insert(splitPoint);
+}
+
 Point2* ConstraintSegment2::insertAndSplit(const Point2& splitPoint)
 {
 	MIREL_ASSERT(bAlive);
 	MIREL_ASSERT(vChildren.empty());
 	MIREL_ASSERT(!sOwners.empty());
-	Dt2* pOwnerDt((*sOwners.begin())->getDt2());
+	Dt2* pOwnerDt(pMgr->getDt2());
 	MIREL_ASSERT(pOwnerDt!=0);
-
-	// Not a live constraint while its own split point goes in: the flips
-	// around the new vertex may have to cross this segment.
-	bAlive = false;
-	Point2* pSplit(pOwnerDt->insert(splitPoint));
+	Point2* pSplit(insertSplitVertex(splitPoint));
 	MIREL_ASSERT(pSplit!=0);
-	bAlive = true;
 	if(pSplit == p0 || pSplit == p1) return nullptr;
 	createChildren(pSplit);
 
-	ConstraintMgr* pMgr(pOwnerDt->getConstraintMgr());
 	std::vector<ConstraintSegment2*> vWork(vChildren);
 	while(ConstraintSegment2* pPiece = ConstraintSegment2::popAlivePiece(vWork))
 	{

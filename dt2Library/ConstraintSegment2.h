@@ -47,10 +47,15 @@ public:
 	Point2* insertAndSplit(const Point2& splitPoint);
 	// Splits at an existing vertex, computing no coordinates.
 	bool split_combinatorialOnly(Point2* pSplit);
+	// The one way a split point of this segment goes into the triangulation:
+	// the segment is no constraint meanwhile (the flips around the new vertex
+	// may have to cross it) and is one again afterwards, also when the
+	// insertion throws. Returns the vertex at the point, new or existing.
+	Point2* insertSplitVertex(const Point2& splitPoint);
 	bool operator<(const ConstraintSegment2& other) const { return p0 < other.p0 || (p0 == other.p0 && p1 < other.p1); }
 
 	// Internal: used by the constraint manager and the graphs.
-	ConstraintSegment2(Point2* p0_, Point2* p1_, ConstraintInsertionStrategy cis_);
+	ConstraintSegment2(ConstraintMgr* pMgr_, Point2* p0_, Point2* p1_, ConstraintInsertionStrategy cis_);
 	~ConstraintSegment2();
 	ConstraintSegment2(const ConstraintSegment2&) = delete;
 	ConstraintSegment2& operator=(const ConstraintSegment2&) = delete;
@@ -63,9 +68,9 @@ public:
 
 private:
 	friend MIREL_API std::ostream& operator<<(std::ostream& stream, const ConstraintSegment2& cseg);
-	ConstraintMgr* getOwnerMgr() const;
 	void createChildren(Point2* pSplit);
 
+	ConstraintMgr* pMgr; // the manager that owns this segment
 	int label;
 	std::set<ConstraintGraph2*> sOwners;
 	Point2* p0;
@@ -77,5 +82,19 @@ private:
 };
 
 MIREL_API std::ostream& operator<<(std::ostream& stream, const ConstraintSegment2& cseg);
+
+// Internal: takes a segment out of the constraints for the guard's lifetime,
+// so that the flips around its split vertex may cross its edge.
+class ConstraintUnlock
+{
+public:
+	explicit ConstraintUnlock(ConstraintSegment2* pCSeg_) : pCSeg(pCSeg_) { pCSeg->setAliveFlag(false); }
+	~ConstraintUnlock() { pCSeg->setAliveFlag(true); }
+	ConstraintUnlock(const ConstraintUnlock&) = delete;
+	ConstraintUnlock& operator=(const ConstraintUnlock&) = delete;
+
+private:
+	ConstraintSegment2* pCSeg;
+};
 
 } // namespace MIREL25D

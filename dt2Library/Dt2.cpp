@@ -2,6 +2,7 @@
 #include "MeshSurgery.h"
 #include "InserterMT.h"
 #include "MirelExport.h"
+#include "MirelExportFill.h"
 #include "tools.h"
 #include "Circle2.h"
 #include "ConnectedComponent.h"
@@ -30,7 +31,7 @@ Dt2::Dt2(unsigned numExpectedVertices)
 	size_t n(numExpectedVertices < 3 ? 3 : numExpectedVertices);
 	vertexPool.init(n);
 	trianglePool.init(2 * n + 10);
-	vFlipStack.reserve(64);
+	insertionWork.vFlipStack.reserve(64);
 	createConstraintMachinery();
 }
 
@@ -93,21 +94,17 @@ void Dt2::insertVector(const std::vector<Point2>& vPoints, std::vector<Point2*>&
 {
 	MIREL_ASSERT(vertexVault.dupIsClean());
 	vHandles.assign(vPoints.size(), nullptr);
-	if(vPoints.empty()) return;
-	progress.start("insert", 1.1 * double(vPoints.size()));
-	growBox([&]() {
-		bool bChanged(false);
-		for(const Point2& p : vPoints) bChanged = bbx.add(p) || bChanged;
-		return bChanged;
-	});
-	insertBatch(
-		vPoints.size(), [&vPoints](size_t i, double& x, double& y) { vPoints[i].xy(x, y); }, [&vPoints](size_t i, Point2* pVtx) { pVtx->set(vPoints[i]); },
-		&vHandles[0]);
+	insertPointVector(vPoints, vHandles.empty() ? nullptr : &vHandles[0]);
 }
 
 void Dt2::insertVector(const std::vector<Point2>& vPoints)
 {
 	MIREL_ASSERT(vertexVault.dupIsClean());
+	insertPointVector(vPoints, nullptr);
+}
+
+void Dt2::insertPointVector(const std::vector<Point2>& vPoints, Point2** handles)
+{
 	if(vPoints.empty()) return;
 	progress.start("insert", 1.1 * double(vPoints.size()));
 	growBox([&]() {
@@ -117,7 +114,7 @@ void Dt2::insertVector(const std::vector<Point2>& vPoints)
 	});
 	insertBatch(
 		vPoints.size(), [&vPoints](size_t i, double& x, double& y) { vPoints[i].xy(x, y); }, [&vPoints](size_t i, Point2* pVtx) { pVtx->set(vPoints[i]); },
-		nullptr);
+		handles);
 }
 
 double Dt2::measureTriangulationTime(std::vector<Point2>& vPoints)
@@ -194,7 +191,7 @@ void Dt2::makeBatchVerticesMT(size_t n, XYFunc getXY, FillFunc fillVertex, Point
 	uint64_t* pPairs(aPairs.get());
 	// The keys, and on the way the batch's bounds for the fake box.
 	size_t numTasks(static_cast<size_t>(numCPU));
-	std::vector<std::array<double, 4>> vBounds(numTasks, std::array<double, 4>{{1.7976931348623157e308, 1.7976931348623157e308, -1.7976931348623157e308, -1.7976931348623157e308}});
+	std::vector<std::array<double, 4>> vBounds(numTasks, std::array<double, 4>{{LARGEST_DOUBLE, LARGEST_DOUBLE, -LARGEST_DOUBLE, -LARGEST_DOUBLE}});
 	InserterMT::parallelTasks(numTasks, [&](size_t t) {
 		std::array<double, 4>& bounds(vBounds[t]);
 		for(size_t i = n * t / numTasks; i < n * (t + 1) / numTasks; ++i)
@@ -217,7 +214,7 @@ void Dt2::makeBatchVerticesMT(size_t n, XYFunc getXY, FillFunc fillVertex, Point
 	InserterMT::sortKeyIndexPairsMT(numCPU, pPairs, pPairs + n, n);
 	// Only pointers are handed out here; the threads below initialise the
 	// records and vertices, which also spreads the first touch of their memory.
-	IdxVtxAct** aRecords(vertexVault.appendRecords(n));
+	IdxVtxAct* aRecords(vertexVault.appendRecords(n));
 	std::vector<std::pair<Point2*, size_t>> vRuns;
 	size_t numGot(vertexPool.allocRawRuns(n, vRuns));
 	MIREL_ASSERT(numGot==n);
@@ -232,7 +229,7 @@ void Dt2::makeBatchVerticesMT(size_t n, XYFunc getXY, FillFunc fillVertex, Point
 			Point2* pVtx(new(vRuns[run].first + (k - runStart)) Point2());
 			fillVertex(i, pVtx);
 			if(handles != nullptr) handles[i] = pVtx;
-			IdxVtxAct* pRec(aRecords[k]);
+			IdxVtxAct* pRec(aRecords + k);
 			pRec->key = uint32_t(pPairs[k] >> 32);
 			pRec->active = 1;
 			pRec->pVtx = pVtx;
@@ -275,9 +272,9 @@ void Dt2::insertBatch(size_t n, XYFunc getXY, FillFunc fillVertex, Point2** hand
 	{
 		// The batch is sorted at the end of the store; start triangles for the
 		// walk come from the older, merged part until the batch is merged too.
-		IdxVtxAct** first(vertexVault.getRecords() + vertexVault.getNumSorted());
-		IdxVtxAct** last(vertexVault.getRecords() + vertexVault.size());
-		Triangle2* pStartT(vertexVault.getCloseTriangle((*first)->key));
+		IdxVtxAct* first(vertexVault.getRecords() + vertexVault.getNumSorted());
+		IdxVtxAct* last(vertexVault.getRecords() + vertexVault.size());
+		Triangle2* pStartT(vertexVault.getCloseTriangle(first->key));
 		MIREL_ASSERT(pStartT!=0);
 		triangulateRec(first, last, pStartT);
 		vertexVault.mergeBatch();
@@ -298,37 +295,37 @@ void Dt2::insertBatch(size_t n, XYFunc getXY, FillFunc fillVertex, Point2** hand
 // The middle is moved back to the start of its run of equal keys: points at the
 // same place share their key, so the first of them in input order is always
 // inserted first and stays while the later ones become its duplicates.
-void Dt2::triangulateRec(IdxVtxAct** first, IdxVtxAct** last, Triangle2* pStartT)
+void Dt2::triangulateRec(IdxVtxAct* first, IdxVtxAct* last, Triangle2* pStartT)
 {
 	while(last - first >= 16)
 	{
-		IdxVtxAct** mid(first + (last - first) / 2);
-		uint32_t midKey((*mid)->key);
-		while(mid > first && (*(mid - 1))->key == midKey) --mid;
+		IdxVtxAct* mid(first + (last - first) / 2);
+		uint32_t midKey(mid->key);
+		while(mid > first && (mid - 1)->key == midKey) --mid;
 		if(mid == first)
 		{
 			// The whole left half shares one key: take its run in order.
-			IdxVtxAct** runEnd(first + (last - first) / 2 + 1);
-			while(runEnd < last && (*runEnd)->key == midKey) ++runEnd;
+			IdxVtxAct* runEnd(first + (last - first) / 2 + 1);
+			while(runEnd < last && runEnd->key == midKey) ++runEnd;
 			pStartT = insertSequentially(first, runEnd, pStartT);
 			first = runEnd;
 			continue;
 		}
-		Triangle2* pLeftStartT(insertRecord(*mid, pStartT));
+		Triangle2* pLeftStartT(insertRecord(mid, pStartT));
 		triangulateRec(first, mid, pLeftStartT);
 		// A duplicate or inactive middle has no triangle of its own; the triangle
 		// where it was handled is still alive (insertion releases none) and near.
-		pStartT = (*mid)->active ? (*mid)->pVtx->getIncidentTriangle() : nullptr;
+		pStartT = mid->active ? mid->pVtx->getIncidentTriangle() : nullptr;
 		if(pStartT == nullptr) pStartT = pLeftStartT;
-		MIREL_ASSERT(pStartT!=0);
+		MIREL_ASSERT_PINNED(pStartT!=0, "Dt2.cpp", 2422);
 		first = mid + 1;
 	}
 	insertSequentially(first, last, pStartT);
 }
 
-Triangle2* Dt2::insertSequentially(IdxVtxAct** first, IdxVtxAct** last, Triangle2* pStartT)
+Triangle2* Dt2::insertSequentially(IdxVtxAct* first, IdxVtxAct* last, Triangle2* pStartT)
 {
-	for(; first != last; ++first) pStartT = insertRecord(*first, pStartT);
+	for(; first != last; ++first) pStartT = insertRecord(first, pStartT);
 	return pStartT;
 }
 
@@ -346,7 +343,7 @@ void Dt2::createFullDimTriangle()
 	pT->setProperties(a, b, c);
 	vertexVault.setFullDimensional();
 
-	IdxVtxAct** records(vertexVault.getRecords());
+	IdxVtxAct* records(vertexVault.getRecords());
 	triangulateRec(records, records + idxA, pT);
 	triangulateRec(records + idxA + 1, records + vertexVault.size(), a->getIncidentTriangle());
 }
@@ -396,7 +393,7 @@ Triangle2* Dt2::insertVertex(Point2* v, Triangle2* pStartT)
 
 LocateResult Dt2::locateConflictTriangle(const Point2* v, Triangle2*& t, int& e)
 {
-	MIREL_ASSERT(t!=0);
+	MIREL_ASSERT_PINNED(t!=0, "Dt2.cpp", 1229);
 	NoWalkGuard noGuard;
 	return MeshSurgery::walkToPoint(geomTest, v, t, e, noGuard);
 }
@@ -405,14 +402,14 @@ void Dt2::split13(Point2* v, Triangle2* t)
 {
 	Triangle2* pA(newTriangle());
 	Triangle2* pB(newTriangle());
-	MeshSurgery::split13(v, t, pA, pB, vFlipStack);
+	MeshSurgery::split13(v, t, pA, pB, insertionWork.vFlipStack);
 }
 
 void Dt2::initVCheckT24(Point2* v, Triangle2* t, int e)
 {
 	Triangle2* pNew1(newTriangle());
 	Triangle2* pNew2(newTriangle());
-	MeshSurgery::split24(v, t, e, pNew1, pNew2, vFlipStack);
+	MeshSurgery::split24(v, t, e, pNew1, pNew2, insertionWork.vFlipStack);
 }
 
 // Walks along the hull from edge ith of pT, rotating through the fan around
@@ -438,21 +435,21 @@ void Dt2::collectVisibleHullEdges(const Point2* v, Triangle2* pT, int ith, bool 
 // (v, edge target, edge source) whose edge 0 is the old hull edge.
 Triangle2* Dt2::insertVertexCH(Point2* v, Triangle2* pT, int ith)
 {
-	vVisibleHullEdgesBack.clear();
+	insertionWork.vVisibleHullEdgesBack.clear();
 
 	// Backwards from the source of edge ith, then forwards from its target; the
 	// backward chain is reversed so that the edges come in hull order.
-	collectVisibleHullEdges(v, pT, ith, false, vVisibleHullEdgesBack);
-	vVisibleHullEdges.assign(vVisibleHullEdgesBack.rbegin(), vVisibleHullEdgesBack.rend());
-	vVisibleHullEdges.push_back(std::make_pair(pT, ith));
-	collectVisibleHullEdges(v, pT, ith, true, vVisibleHullEdges);
+	collectVisibleHullEdges(v, pT, ith, false, insertionWork.vVisibleHullEdgesBack);
+	insertionWork.vVisibleHullEdges.assign(insertionWork.vVisibleHullEdgesBack.rbegin(), insertionWork.vVisibleHullEdgesBack.rend());
+	insertionWork.vVisibleHullEdges.push_back(std::make_pair(pT, ith));
+	collectVisibleHullEdges(v, pT, ith, true, insertionWork.vVisibleHullEdges);
 
 	// A point on the hull edge itself sees it only degenerately: the triangle on
 	// that edge is flat and must give way to a flip at once.
 	bool bOnStartEdge(geomTest.getOrientation2(pT, ith, v) != ORIENTATION2_CW);
 	Triangle2* pPrevT(nullptr);
 	Triangle2* pStartEdgeT(nullptr);
-	for(const std::pair<Triangle2*, int>& edge : vVisibleHullEdges)
+	for(const std::pair<Triangle2*, int>& edge : insertionWork.vVisibleHullEdges)
 	{
 		Triangle2* pInner(edge.first);
 		int k(edge.second);
@@ -466,7 +463,7 @@ Triangle2* Dt2::insertVertexCH(Point2* v, Triangle2* pT, int ith)
 			pNewT->setOppTriangle(1, pPrevT);
 		}
 		if(pInner == pT && k == ith) pStartEdgeT = pNewT;
-		vFlipStack.push_back(pNewT);
+		insertionWork.vFlipStack.push_back(pNewT);
 		pPrevT = pNewT;
 	}
 	if(bOnStartEdge)
@@ -475,7 +472,7 @@ Triangle2* Dt2::insertVertexCH(Point2* v, Triangle2* pT, int ith)
 		ConstraintSegment2* pSplitCSeg(getConstraintOnEdge(pStartEdgeT, 0));
 		Triangle2* pInner(pStartEdgeT->getOppositeTriangle(0));
 		MeshSurgery::flip(pStartEdgeT, 0);
-		vFlipStack.push_back(pInner);
+		insertionWork.vFlipStack.push_back(pInner);
 		if(pSplitCSeg != nullptr) pSplitCSeg->split_combinatorialOnly(v);
 	}
 	return legalize();
@@ -501,7 +498,7 @@ struct Dt2::InsertionFlipPolicy
 Triangle2* Dt2::legalize()
 {
 	InsertionFlipPolicy policy{*this};
-	return MeshSurgery::legalize(vFlipStack, policy);
+	return MeshSurgery::legalize(insertionWork.vFlipStack, policy);
 }
 
 // ======================================================================
@@ -529,15 +526,8 @@ Triangle2* Dt2::getAdjacentTriangle(Point2* p0, Point2* p1) const
 	MIREL_ASSERT(p1!=0);
 	MIREL_ASSERT(p0!=p1);
 	if(p0->getIncidentTriangle() == nullptr) return nullptr;
-	TriangleAroundVertexIterator it(p0);
-	Triangle2* pStartT(*it);
-	do
-	{
-		Triangle2* pT(*it);
-		if(pT != nullptr && pT->getCorner(nextIndex(pT->getIntraTriangleIndex(p0))) == p1) return pT;
-		++it;
-	} while(*it != pStartT);
-	return nullptr;
+	return MeshSurgery::findInFan(p0, p0->getIncidentTriangle(),
+								  [p0, p1](const Triangle2* pT) { return pT->getCorner(nextIndex(pT->getIntraTriangleIndex(p0))) == p1; });
 }
 
 void Dt2::getIncidentTriangles(Point2* v, std::vector<Triangle2*>& vIncidentT) const
@@ -651,41 +641,80 @@ void Dt2::getVertexPointers(std::vector<Point2*>& vAllVertices) const
 	vertexVault.getActiveVertices(vAllVertices);
 }
 
+/*
+ * The validity check is a ladder; each rung trusts what the ones before it
+ * established and reports every fault it finds itself:
+ * 1. combinatorics: three different corners, neighbours that point back
+ *    across the same edge;
+ * 2. geometry: every triangle counterclockwise;
+ * 3. empty circles (on request) across every consistent edge, constraint
+ *    edges excepted: flips never cross them;
+ * 4. agreement with the vault: the mesh's corners are its active vertices,
+ *    each with a live incident triangle that holds it.
+ */
 bool Dt2::checkValidity(bool bCheckEmptyCircles, const char* checkName)
 {
-	const char* place("Dt2::checkValidity()");
 	if(!vertexVault.isFullDimensional())
 	{
-		sendWarning(place, "not fulldimensional yet (empty or all points collinear), Returning true");
+		sendWarning("Dt2::checkValidity()", "not fulldimensional yet (empty or all points collinear), Returning true");
 		return true;
 	}
-	bool bValid(true);
 	std::vector<Triangle2*> vT;
 	getTrianglePointers(vT);
+	// Edges (triangle, index) whose neighbour link is consistent; the corners of
+	// the triangles with three different corners.
+	std::vector<std::pair<Triangle2*, int>> vLinkedEdges;
 	std::set<Point2*> sCorners;
+	bool bValid(checkCombinatorics(vT, vLinkedEdges, sCorners));
+	bValid = checkOrientations(vT) && bValid;
+	if(bCheckEmptyCircles) bValid = checkEmptyCircles(vLinkedEdges) && bValid;
+	std::vector<Point2*> vVertices;
+	vertexVault.getActiveVertices(vVertices);
+	bValid = checkVaultAgreement(vVertices, sCorners) && bValid;
+	if(!bValid)
+	{
+		std::string safeName(checkName == nullptr ? "" : checkName);
+		Visualizer2 vis(("checkValidityFail_" + safeName + ".ps").c_str());
+		vis.addObject(vT, Color(CBLACK));
+		vis.addObject(vVertices, Color(CRED));
+		vis.writeFile();
+		sendRawText("\ncheckValidity, bug, name=" + safeName + "\n");
+	}
+	return bValid;
+}
+
+namespace {
+const char* const VALIDITY_PLACE("Dt2::checkValidity()");
+
+void reportInvalid(const char* what, const Triangle2& t, const Triangle2* pOther)
+{
+	std::ostringstream oss;
+	oss << what << t;
+	if(pOther != nullptr) oss << "\n" << *pOther;
+	sendError(VALIDITY_PLACE, oss.str());
+}
+
+bool hasThreeCorners(const Triangle2* pT)
+{
+	Point2* c0(pT->getCorner(0));
+	Point2* c1(pT->getCorner(1));
+	Point2* c2(pT->getCorner(2));
+	return c0 != nullptr && c1 != nullptr && c2 != nullptr && c0 != c1 && c1 != c2 && c2 != c0;
+}
+} // namespace
+
+bool Dt2::checkCombinatorics(const std::vector<Triangle2*>& vT, std::vector<std::pair<Triangle2*, int>>& vLinkedEdges, std::set<Point2*>& sCorners) const
+{
+	bool bValid(true);
 	for(Triangle2* pT : vT)
 	{
-		Point2* c0(pT->getCorner(0));
-		Point2* c1(pT->getCorner(1));
-		Point2* c2(pT->getCorner(2));
-		if(c0 == nullptr || c1 == nullptr || c2 == nullptr || c0 == c1 || c1 == c2 || c2 == c0)
+		if(!hasThreeCorners(pT))
 		{
-			std::ostringstream oss;
-			oss << "Less than three different corners: " << *pT;
-			sendError(place, oss.str());
+			reportInvalid("Less than three different corners: ", *pT, nullptr);
 			bValid = false;
 			continue;
 		}
-		sCorners.insert(c0);
-		sCorners.insert(c1);
-		sCorners.insert(c2);
-		if(geomTest.getOrientation2(c0, c1, c2) != ORIENTATION2_CCW)
-		{
-			std::ostringstream oss;
-			oss << "Triangle not counterclockwise: " << *pT;
-			sendError(place, oss.str());
-			bValid = false;
-		}
+		for(int i = 0; i < 3; ++i) sCorners.insert(pT->getCorner(i));
 		for(int i = 0; i < 3; ++i)
 		{
 			Triangle2* pNeigT(pT->getOppositeTriangle(i));
@@ -694,42 +723,62 @@ bool Dt2::checkValidity(bool bCheckEmptyCircles, const char* checkName)
 							 (pNeigT->getOppositeTriangle(0) == pT || pNeigT->getOppositeTriangle(1) == pT || pNeigT->getOppositeTriangle(2) == pT));
 			if(!bPointsBack)
 			{
-				std::ostringstream oss;
-				oss << "Inconsistent neighborships: " << *pT << "\n" << *pNeigT;
-				sendError(place, oss.str());
+				reportInvalid("Inconsistent neighborships: ", *pT, pNeigT);
 				bValid = false;
 				continue;
 			}
 			int j(pNeigT->getIntraTriangleIndex(pT));
 			if(pNeigT->getCorner(nextIndex(j)) != pT->getCorner(prevIndex(i)) || pNeigT->getCorner(prevIndex(j)) != pT->getCorner(nextIndex(i)))
 			{
-				std::ostringstream oss;
-				oss << "Neighbor found but inconsistent intra triangle indices: " << *pT << "\n" << *pNeigT;
-				sendError(place, oss.str());
+				reportInvalid("Neighbor found but inconsistent intra triangle indices: ", *pT, pNeigT);
 				bValid = false;
 				continue;
 			}
-			// Constraint edges may fail the test: flips never cross them.
-			if(bCheckEmptyCircles && geomTest.circleInc3state(pT, pNeigT->getCorner(j)) == CINC2_INCIRCLE && !(bConstraintsExist && isConstraint(pT, i)))
-			{
-				std::ostringstream oss;
-				oss << "Sphere inclusion test failed: " << *pT << "\n" << *pNeigT;
-				sendError(place, oss.str());
-				bValid = false;
-				Visualizer2 vis("badEmptyCircle.ps");
-				vis.addObject(*pT, Color(CBLACK));
-				vis.addObject(*pNeigT, Color(CGREEN));
-				Point2 centre(pT->getDual().first);
-				vis.addObject(Circle2(centre, sqDistance2D(centre, *c0)), Color(CBLUE));
-				vis.addObject(*pNeigT->getCorner(j), Color(CRED));
-				vis.writeFile();
-			}
+			vLinkedEdges.emplace_back(pT, i);
 		}
 	}
+	return bValid;
+}
 
-	// The corners of the mesh and the vault's vertices must be the same set.
-	std::vector<Point2*> vVertices;
-	vertexVault.getActiveVertices(vVertices);
+bool Dt2::checkOrientations(const std::vector<Triangle2*>& vT)
+{
+	bool bValid(true);
+	for(Triangle2* pT : vT)
+	{
+		if(!hasThreeCorners(pT)) continue;
+		if(geomTest.getOrientation2(pT->getCorner(0), pT->getCorner(1), pT->getCorner(2)) == ORIENTATION2_CCW) continue;
+		reportInvalid("Triangle not counterclockwise: ", *pT, nullptr);
+		bValid = false;
+	}
+	return bValid;
+}
+
+bool Dt2::checkEmptyCircles(const std::vector<std::pair<Triangle2*, int>>& vLinkedEdges)
+{
+	bool bValid(true);
+	for(const std::pair<Triangle2*, int>& edge : vLinkedEdges)
+	{
+		Triangle2* pT(edge.first);
+		int i(edge.second);
+		Triangle2* pNeigT(pT->getOppositeTriangle(i));
+		Point2* pFar(pNeigT->getCorner(pNeigT->getIntraTriangleIndex(pT)));
+		if(geomTest.circleInc3state(pT, pFar) != CINC2_INCIRCLE || (bConstraintsExist && isConstraint(pT, i))) continue;
+		reportInvalid("Sphere inclusion test failed: ", *pT, pNeigT);
+		bValid = false;
+		Visualizer2 vis("badEmptyCircle.ps");
+		vis.addObject(*pT, Color(CBLACK));
+		vis.addObject(*pNeigT, Color(CGREEN));
+		Point2 centre(pT->getDual().first);
+		vis.addObject(Circle2(centre, sqDistance2D(centre, *pT->getCorner(0))), Color(CBLUE));
+		vis.addObject(*pFar, Color(CRED));
+		vis.writeFile();
+	}
+	return bValid;
+}
+
+bool Dt2::checkVaultAgreement(const std::vector<Point2*>& vVertices, const std::set<Point2*>& sCorners) const
+{
+	bool bValid(true);
 	size_t numContained(0), numMissing(0);
 	for(Point2* pVtx : vVertices)
 	{
@@ -740,7 +789,7 @@ bool Dt2::checkValidity(bool bCheckEmptyCircles, const char* checkName)
 		{
 			std::ostringstream oss;
 			oss << "Vertex without a valid incident triangle: " << *pVtx;
-			sendError(place, oss.str());
+			sendError(VALIDITY_PLACE, oss.str());
 			bValid = false;
 		}
 	}
@@ -749,17 +798,8 @@ bool Dt2::checkValidity(bool bCheckEmptyCircles, const char* checkName)
 	{
 		std::ostringstream oss;
 		oss << "Not contained:" << numNotContained << ", contained:" << numContained << ", missing:" << numMissing;
-		sendError(place, oss.str());
+		sendError(VALIDITY_PLACE, oss.str());
 		bValid = false;
-	}
-	if(!bValid)
-	{
-		std::string safeName(checkName == nullptr ? "" : checkName);
-		Visualizer2 vis(("checkValidityFail_" + safeName + ".ps").c_str());
-		vis.addObject(vT, Color(CBLACK));
-		vis.addObject(vVertices, Color(CRED));
-		vis.writeFile();
-		std::cout << "\ncheckValidity, bug, name=" << safeName << std::endl;
 	}
 	return bValid;
 }
@@ -791,315 +831,12 @@ void Dt2::statistics(const char* statName) const
 		oss.unsetf(std::ios::fixed);
 	}
 	oss << "\nNumber of triangles: " << vT.size() << "\n";
-	std::cout << oss.str() << std::flush;
-}
-
-// ======================================================================
-// Removal
-// ======================================================================
-
-void Dt2::remove(Point2* pVtx)
-{
-	const char* place("Dt2::remove(..)");
-	if(pVtx == nullptr)
-	{
-		sendWarning(place, "pVtx==NULL, illegal, return.");
-		return;
-	}
-	size_t idx(0);
-	if(!vertexVault.findIdxOfActiveVtx(pVtx, idx))
-	{
-		sendWarning(place, "vertex does not belong to the triangulation, return");
-		return;
-	}
-	if(bConstraintsExist && isConstraint(pVtx))
-	{
-		sendWarning(place, "Illegal: Can't remove a constraint vertex");
-		return;
-	}
-	if(vertexVault.isFullDimensional() && pVtx->getIncidentTriangle() != nullptr) removeFromMesh(pVtx);
-	vertexVault.deactivate(pVtx);
-	if(vertexVault.isFullDimensional() && numberOfTriangles() == 0) dropToLowerDimension();
-}
-
-/*
- * The umbrella of v is replaced by a Delaunay triangulation of its link.
- * Interior vertex: the link is a star-shaped polygon, clipped ear by ear.
- * Hull vertex: the link is an open chain p0..pm; the new hull between p0 and
- * pm is the convex chain of the link points, and each pocket between the link
- * and a new hull edge is a simple polygon closed by that edge.
- * Ears whose circumcircle contains no other polygon vertex are Delaunay; if no
- * such ear exists (possible only with cocircular points) any valid ear is
- * taken, and the final Lawson pass over the hole's edges restores the empty
- * circles either way. A step counter guards both loops.
- */
-void Dt2::removeFromMesh(Point2* v)
-{
-	bool bClosed(collectUmbrella(v));
-	numUmbrellaT = vUmbrellaT.size();
-	numRemovalSteps = 0;
-	maxRemovalSteps = 1000 + 10 * numUmbrellaT * numUmbrellaT;
-	vHoleT.clear();
-
-	// Until the hole is filled, the link vertices hold on to the outer triangles.
-	for(Point2* pLinkVtx : vHoleVtx) pLinkVtx->setIncidentTriangle(nullptr);
-	for(const HoleEdge& outer : vHoleEdge)
-	{
-		if(outer.pOuterT == nullptr) continue;
-		outer.pOuterT->getCorner(nextIndex(outer.idx))->setIncidentTriangle(outer.pOuterT);
-		outer.pOuterT->getCorner(prevIndex(outer.idx))->setIncidentTriangle(outer.pOuterT);
-	}
-	v->setIncidentTriangle(nullptr);
-
-	if(bClosed)
-	{
-		vPolyVtx.assign(vHoleVtx.begin(), vHoleVtx.end());
-		vPolyEdge.assign(vHoleEdge.begin(), vHoleEdge.end());
-		triangulatePolygon();
-	}
-	else
-	{
-		// The link points are sorted by angle around v: a Graham scan gives the
-		// new hull chain (collinear points stay on it, they become hull vertices).
-		vHullChain.clear();
-		for(size_t i = 0; i < vHoleVtx.size(); ++i)
-		{
-			while(vHullChain.size() >= 2 &&
-				  geomTest.getOrientation2(vHoleVtx[vHullChain[vHullChain.size() - 2]], vHoleVtx[vHullChain.back()], vHoleVtx[i]) == ORIENTATION2_CCW)
-			{
-				vHullChain.pop_back();
-			}
-			vHullChain.push_back(i);
-		}
-		for(size_t c = 0; c + 1 < vHullChain.size(); ++c)
-		{
-			size_t a(vHullChain[c]), b(vHullChain[c + 1]);
-			if(b == a + 1)
-			{
-				// The link edge itself is now a hull edge.
-				const HoleEdge& outer(vHoleEdge[a]);
-				if(outer.pOuterT != nullptr) outer.pOuterT->setOppTriangle(outer.idx, nullptr);
-				continue;
-			}
-			vPolyVtx.assign(vHoleVtx.begin() + a, vHoleVtx.begin() + b + 1);
-			vPolyEdge.assign(vHoleEdge.begin() + a, vHoleEdge.begin() + b);
-			vPolyEdge.push_back(HoleEdge{nullptr, -1}); // the new hull edge p_b -> p_a
-			triangulatePolygon();
-		}
-	}
-	for(Triangle2* pT : vUmbrellaT) releaseTriangle(pT); // those not reused
-	vUmbrellaT.clear();
-	legalizeHole();
-}
-
-bool Dt2::collectUmbrella(Point2* v)
-{
-	vUmbrellaT.clear();
-	vHoleVtx.clear();
-	vHoleEdge.clear();
-	// For a hull vertex, start at the clockwise end of the fan.
-	Triangle2* pT(v->getIncidentTriangle());
-	bool bClosed(!MeshSurgery::rotateToFanEnd(v, pT, true));
-	Triangle2* pStartT(pT);
-	for(;;)
-	{
-		int i(pT->getIntraTriangleIndex(v));
-		vUmbrellaT.push_back(pT);
-		vHoleVtx.push_back(pT->getCorner(nextIndex(i)));
-		Triangle2* pOuterT(pT->getOppositeTriangle(i));
-		vHoleEdge.push_back(HoleEdge{pOuterT, pOuterT == nullptr ? -1 : pOuterT->getIntraTriangleIndex(pT)});
-		Triangle2* pCcwT(MeshSurgery::fanCcw(pT, v));
-		if(pCcwT == nullptr)
-		{
-			vHoleVtx.push_back(pT->getCorner(prevIndex(i)));
-			break;
-		}
-		if(pCcwT == pStartT) break;
-		pT = pCcwT;
-		MIREL_ASSERT(vUmbrellaT.size()<=2*vertexVault.size());
-	}
-	return bClosed;
-}
-
-void Dt2::triangulatePolygon()
-{
-	while(vPolyVtx.size() > 3)
-	{
-		size_t n(vPolyVtx.size());
-		size_t j(findEar(true));
-		if(j == n) j = findEar(false);
-		if(j == n) numRemovalSteps = maxRemovalSteps; // no ear at all: a broken invariant
-		countRemovalStep();
-		size_t ia(j == 0 ? n - 1 : j - 1), ic(j + 1 == n ? 0 : j + 1);
-		Triangle2* pT(makeHoleTriangle(vPolyVtx[ia], vPolyVtx[j], vPolyVtx[ic]));
-		linkAcross(pT, 2, vPolyEdge[ia]);
-		linkAcross(pT, 0, vPolyEdge[j]);
-		vPolyEdge[ia] = HoleEdge{pT, 1}; // the polygon goes on along a -> c
-		vPolyVtx.erase(vPolyVtx.begin() + long(j));
-		vPolyEdge.erase(vPolyEdge.begin() + long(j));
-	}
-	if(geomTest.getOrientation2(vPolyVtx[0], vPolyVtx[1], vPolyVtx[2]) != ORIENTATION2_CCW) numRemovalSteps = maxRemovalSteps;
-	countRemovalStep();
-	Triangle2* pT(makeHoleTriangle(vPolyVtx[0], vPolyVtx[1], vPolyVtx[2]));
-	linkAcross(pT, 2, vPolyEdge[0]);
-	linkAcross(pT, 0, vPolyEdge[1]);
-	linkAcross(pT, 1, vPolyEdge[2]);
-}
-
-// An ear (a, b, c) at position j: a strict left turn, and no other polygon
-// vertex in its closed triangle (the polygon is simple, so ac is a diagonal).
-// A Delaunay ear has no other polygon vertex strictly inside its circumcircle,
-// which covers the closed triangle except its corners.
-size_t Dt2::findEar(bool bDelaunayEar)
-{
-	size_t n(vPolyVtx.size());
-	for(size_t j = 0; j < n; ++j)
-	{
-		countRemovalStep();
-		size_t ia(j == 0 ? n - 1 : j - 1), ic(j + 1 == n ? 0 : j + 1);
-		Point2* a(vPolyVtx[ia]);
-		Point2* b(vPolyVtx[j]);
-		Point2* c(vPolyVtx[ic]);
-		if(geomTest.getOrientation2(a, b, c) != ORIENTATION2_CCW) continue;
-		Triangle2 ear(a, b, c);
-		bool bEar(true);
-		for(size_t k = 0; k < n && bEar; ++k)
-		{
-			if(k == ia || k == j || k == ic) continue;
-			const Point2* w(vPolyVtx[k]);
-			if(bDelaunayEar) bEar = geomTest.circleInc3state(&ear, w) != CINC2_INCIRCLE;
-			else
-			{
-				bEar = geomTest.getOrientation2(a, b, w) == ORIENTATION2_CW || geomTest.getOrientation2(b, c, w) == ORIENTATION2_CW ||
-					   geomTest.getOrientation2(c, a, w) == ORIENTATION2_CW;
-			}
-		}
-		if(bEar) return j;
-	}
-	return n;
-}
-
-Triangle2* Dt2::makeHoleTriangle(Point2* a, Point2* b, Point2* c)
-{
-	Triangle2* pT(nullptr);
-	if(!vUmbrellaT.empty())
-	{
-		pT = vUmbrellaT.back();
-		vUmbrellaT.pop_back();
-	}
-	else pT = newTriangle();
-	pT->setProperties(a, b, c);
-	vHoleT.push_back(pT);
-	return pT;
-}
-
-void Dt2::linkAcross(Triangle2* pT, int i, const HoleEdge& outer)
-{
-	pT->setOppTriangle(i, outer.pOuterT);
-	if(outer.pOuterT != nullptr) outer.pOuterT->setOppTriangle(outer.idx, pT);
-}
-
-void Dt2::legalizeHole()
-{
-	vHoleFlipStack.clear();
-	for(Triangle2* pT : vHoleT)
-	{
-		for(int i = 0; i < 3; ++i) vHoleFlipStack.push_back(std::make_pair(pT, i));
-	}
-	while(!vHoleFlipStack.empty())
-	{
-		Triangle2* a(vHoleFlipStack.back().first);
-		int i(vHoleFlipStack.back().second);
-		vHoleFlipStack.pop_back();
-		Triangle2* b(a->getOppositeTriangle(i));
-		if(b == nullptr) continue;
-		if(geomTest.circleInc3state(a, b->getCorner(b->getIntraTriangleIndex(a))) != CINC2_INCIRCLE) continue;
-		if(bConstraintsExist && isFlipLocked(a, i)) continue; // constraint edges stay
-		countRemovalStep();
-		MeshSurgery::flip(a, i);
-		// The four outer edges of the flipped quadrilateral.
-		vHoleFlipStack.push_back(std::make_pair(a, 0));
-		vHoleFlipStack.push_back(std::make_pair(a, 2));
-		vHoleFlipStack.push_back(std::make_pair(b, 0));
-		vHoleFlipStack.push_back(std::make_pair(b, 1));
-	}
-}
-
-void Dt2::countRemovalStep()
-{
-	if(++numRemovalSteps <= maxRemovalSteps) return;
-	Visualizer2 vis("watchDogFailed.ps");
-	vis.addObject(vHoleT, Color(CGREEN));
-	vis.addObject(vHoleVtx, Color(CBLACK));
-	vis.addObject(vPolyVtx, Color(CRED));
-	vis.writeFile();
-	std::cout << "vUmbrellaT.size()=" << numUmbrellaT << std::endl;
-	MIREL_ASSERT(numRemovalSteps<=maxRemovalSteps);
-}
-
-void Dt2::dropToLowerDimension()
-{
-	std::vector<Point2*> vVertices;
-	vertexVault.getActiveVertices(vVertices);
-	for(Point2* pVtx : vVertices) pVtx->setIncidentTriangle(nullptr);
-	vertexVault.clearFullDimensional();
+	sendRawText(oss.str());
 }
 
 // ======================================================================
 // Export and drawing
 // ======================================================================
-
-// Export indices of the vertices, looked up by address: the vertices live in
-// pool blocks, so a vertex's block and its position there give a slot, and a
-// table maps slots to indices. Only addresses are compared, never
-// dereferenced, so the vertices may already be released while the triangles
-// are numbered.
-class VertexNumbering
-{
-public:
-	explicit VertexNumbering(const SimplePool<Point2>& vertexPool) : lastBlock(0)
-	{
-		size_t firstSlot(0);
-		for(size_t b = 0; b < vertexPool.numBlocks(); ++b)
-		{
-			size_t numUsed(0);
-			uintptr_t begin(reinterpret_cast<uintptr_t>(vertexPool.getBlock(b, numUsed)));
-			vBlocks.push_back(BlockRange{begin, begin + numUsed * sizeof(Point2), firstSlot});
-			firstSlot += numUsed;
-		}
-		std::sort(vBlocks.begin(), vBlocks.end(), [](const BlockRange& a, const BlockRange& b) { return a.begin < b.begin; });
-		vSlotIndex.assign(firstSlot, -1);
-	}
-	void assign(const Point2* pVtx, int32_t idx) { vSlotIndex[slotOf(pVtx)] = idx; }
-	int32_t get(const Point2* pVtx) const { return vSlotIndex[slotOf(pVtx)]; }
-
-private:
-	struct BlockRange
-	{
-		uintptr_t begin, end;
-		size_t firstSlot;
-	};
-	// Corners of neighbouring triangles are mostly in the same block: the last
-	// block found is tried first, then a bisection.
-	size_t slotOf(const Point2* pVtx) const
-	{
-		uintptr_t addr(reinterpret_cast<uintptr_t>(pVtx));
-		const BlockRange* pRange(&vBlocks[lastBlock]);
-		if(addr < pRange->begin || addr >= pRange->end)
-		{
-			auto it(std::upper_bound(vBlocks.begin(), vBlocks.end(), addr, [](uintptr_t a, const BlockRange& r) { return a < r.begin; }));
-			MIREL_ASSERT(it!=vBlocks.begin());
-			lastBlock = size_t(it - vBlocks.begin()) - 1;
-			pRange = &vBlocks[lastBlock];
-			MIREL_ASSERT(addr<pRange->end);
-		}
-		return pRange->firstSlot + (addr - pRange->begin) / sizeof(Point2);
-	}
-
-	std::vector<BlockRange> vBlocks;
-	std::vector<int32_t> vSlotIndex;
-	mutable size_t lastBlock;
-};
 
 void Dt2::exportTriangulationArray(MirelExport& mirelExport, bool bWithCustomIndices, bool bClearAfterExport)
 {
@@ -1108,69 +845,20 @@ void Dt2::exportTriangulationArray(MirelExport& mirelExport, bool bWithCustomInd
 	MIREL_ASSERT(mirelExport.aCustomIndices==0);
 	if(bWithCustomIndices) vertexVault.export_fetchCustomIndices(mirelExport);
 	VertexNumbering numbering(vertexPool);
-	exportVertices(mirelExport, numbering);
+	fillExportVertices(vertexVault, numbering, mirelExport);
 	// Vertices first: their memory goes before the triangle array is allocated.
 	if(bClearAfterExport)
 	{
 		vertexVault.clear();
 		vertexPool.clear();
 	}
-	exportTriangles(mirelExport, numbering, bClearAfterExport);
+	fillExportTriangles(trianglePool, numberOfTriangles(), numbering, bClearAfterExport, mirelExport);
 	if(bClearAfterExport)
 	{
 		trianglePool.clear();
 		numAllT = 0;
 		numDeadT = 0;
 	}
-}
-
-void Dt2::exportVertices(MirelExport& mirelExport, VertexNumbering& numbering)
-{
-	size_t numVtx(vertexVault.numberOfPoints());
-	mirelExport.numPoints = static_cast<int32_t>(numVtx);
-	mirelExport.aCoords = numVtx > 0 ? new double[size_t(mirelExport.dim) * numVtx] : nullptr;
-	double* pCoord(mirelExport.aCoords);
-	int32_t idx(0);
-	for(size_t i = 0; i < vertexVault.size(); ++i)
-	{
-		const IdxVtxAct* pRec(vertexVault.getRecord(i));
-		if(!pRec->active) continue;
-		const Point2* pVtx(pRec->pVtx);
-		numbering.assign(pVtx, idx++);
-		*pCoord++ = pVtx->x();
-		*pCoord++ = pVtx->y();
-		*pCoord++ = pVtx->z();
-	}
-	MIREL_ASSERT(size_t(idx)==numVtx);
-}
-
-void Dt2::exportTriangles(MirelExport& mirelExport, const VertexNumbering& numbering, bool bClearAfterExport)
-{
-	size_t numT(numberOfTriangles());
-	mirelExport.numTriangles = static_cast<int32_t>(numT);
-	mirelExport.aTriangles = numT > 0 ? new int32_t[3 * numT] : nullptr;
-	int32_t* pOut(mirelExport.aTriangles);
-	size_t numWritten(0);
-	for(size_t b = 0; b < trianglePool.numBlocks(); ++b)
-	{
-		size_t numUsed(0);
-		const Triangle2* pBlock(trianglePool.getBlock(b, numUsed));
-		for(size_t i = 0; i < numUsed; ++i)
-		{
-			const Triangle2& t(pBlock[i]);
-			if(!t.isAlive()) continue;
-			MIREL_ASSERT(numWritten<numT);
-			for(int c = 0; c < 3; ++c)
-			{
-				int32_t vtxIdx(numbering.get(t.getCorner(c)));
-				MIREL_ASSERT(vtxIdx>=0);
-				*pOut++ = vtxIdx;
-			}
-			++numWritten;
-		}
-		if(bClearAfterExport) trianglePool.freeBlock(b);
-	}
-	MIREL_ASSERT(numWritten==numT);
 }
 
 void Dt2::show(Visualizer2* pVis, bool bWithConstraints)
@@ -1229,50 +917,39 @@ Zone2* Dt2::addZone(Zone2* pZone)
 	return pZone;
 }
 
+namespace {
+const char* const NO_GRAPH_TEXT("pConstraintGraph==NULL, but zoneLoc!=ZL_GLOBAL or ZL_RESULT. Returning NULL");
+const char* const NOT_ORIENTED_TEXT("The constraint graph is not oriented, returning NULL");
+const char* const INSIDE_OUTSIDE_TEXT("This overloaded version of createZone accepts only ZL_INSIDE and ZL_OUTSIDE as zoneLocation. Returning NULL");
+
+bool isResultOrGlobal(ZoneLocation zoneLoc)
+{
+	return zoneLoc == ZL_GLOBAL || zoneLoc == ZL_UNION_RESULT || zoneLoc == ZL_INTERSECTION_RESULT || zoneLoc == ZL_DIFFERENCE_RESULT ||
+		   zoneLoc == ZL_SYMDIFF_RESULT;
+}
+
+// The warning for the first of the faults, in the order the callers know.
+bool acceptZoneArguments(unsigned faults)
+{
+	if(faults & (Zone2::AF_EMPTY | Zone2::AF_NULL_GRAPH)) sendWarning("Dt::createZone()", NO_GRAPH_TEXT);
+	else if(faults & Zone2::AF_LOCATION) sendWarning("Dt2::createZone()", INSIDE_OUTSIDE_TEXT);
+	else if(faults & Zone2::AF_NOT_ORIENTED) sendWarning("Dt2::createZone()", NOT_ORIENTED_TEXT);
+	return faults == 0;
+}
+} // namespace
+
 Zone2* Dt2::createZone(ConstraintGraph2* pConstraintGraph, ZoneLocation zoneLoc, bool /*bVerbose*/)
 {
 	if(!checkZoneArea()) return nullptr;
-	bool bResultLoc(zoneLoc == ZL_UNION_RESULT || zoneLoc == ZL_INTERSECTION_RESULT || zoneLoc == ZL_DIFFERENCE_RESULT || zoneLoc == ZL_SYMDIFF_RESULT);
-	if(zoneLoc == ZL_GLOBAL || bResultLoc) return addZone(new Zone2(this, zoneLoc));
-	if(pConstraintGraph == nullptr)
-	{
-		sendWarning("Dt::createZone()", "pConstraintGraph==NULL, but zoneLoc!=ZL_GLOBAL or ZL_RESULT. Returning NULL");
-		return nullptr;
-	}
-	if(zoneLoc != ZL_INSIDE && zoneLoc != ZL_OUTSIDE && zoneLoc != ZL_BOUNDED)
-	{
-		sendWarning("Dt2::createZone()", "This overloaded version of createZone accepts only ZL_INSIDE and ZL_OUTSIDE as zoneLocation. Returning NULL");
-		return nullptr;
-	}
-	if(!pConstraintGraph->isOriented())
-	{
-		sendWarning("Dt2::createZone()", "The constraint graph is not oriented, returning NULL");
-		return nullptr;
-	}
+	if(isResultOrGlobal(zoneLoc)) return addZone(new Zone2(this, zoneLoc));
+	if(!acceptZoneArguments(Zone2::argumentFaults(std::vector<ConstraintGraph2*>(1, pConstraintGraph), zoneLoc, Zone2::ZK_ONE_GRAPH))) return nullptr;
 	return addZone(new Zone2(this, pConstraintGraph, zoneLoc));
 }
 
 Zone2* Dt2::createZone(const std::vector<ConstraintGraph2*>& vConstraintGraphs, ZoneLocation zoneLoc, bool /*bVerbose*/)
 {
 	if(!checkZoneArea()) return nullptr;
-	if(vConstraintGraphs.empty() || std::find(vConstraintGraphs.begin(), vConstraintGraphs.end(), nullptr) != vConstraintGraphs.end())
-	{
-		sendWarning("Dt::createZone()", "pConstraintGraph==NULL, but zoneLoc!=ZL_GLOBAL or ZL_RESULT. Returning NULL");
-		return nullptr;
-	}
-	if(zoneLoc != ZL_INSIDE && zoneLoc != ZL_OUTSIDE)
-	{
-		sendWarning("Dt2::createZone()", "This overloaded version of createZone accepts only ZL_INSIDE and ZL_OUTSIDE as zoneLocation. Returning NULL");
-		return nullptr;
-	}
-	for(ConstraintGraph2* pGraph : vConstraintGraphs)
-	{
-		if(!pGraph->isOriented())
-		{
-			sendWarning("Dt2::createZone()", "The constraint graph is not oriented, returning NULL");
-			return nullptr;
-		}
-	}
+	if(!acceptZoneArguments(Zone2::argumentFaults(vConstraintGraphs, zoneLoc, Zone2::ZK_GRAPHS))) return nullptr;
 	return addZone(new Zone2(this, vConstraintGraphs, zoneLoc));
 }
 
@@ -1284,16 +961,13 @@ Zone2* Dt2::createZone(ConstraintGraph2* pConstraintGraph, ZoneLocation zoneLoc,
 Zone2* Dt2::createZone(const std::vector<ConstraintGraph2*>& vConstraintGraphs, ZoneLocation zoneLoc, const Point2& startPoint, bool /*bVerbose*/)
 {
 	if(!checkZoneArea()) return nullptr;
-	if(zoneLoc != ZL_GROW)
+	unsigned faults(Zone2::argumentFaults(vConstraintGraphs, zoneLoc, Zone2::ZK_GROW));
+	if(faults & Zone2::AF_LOCATION)
 	{
 		sendWarning("Dt2::createZone()", "This overloaded version of createZone accepts only ZL_GROW as zoneLocation. Returning NULL");
 		return nullptr;
 	}
-	if(std::find(vConstraintGraphs.begin(), vConstraintGraphs.end(), nullptr) != vConstraintGraphs.end())
-	{
-		sendWarning("Dt::createZone()", "pConstraintGraph==NULL, but zoneLoc!=ZL_GLOBAL or ZL_RESULT. Returning NULL");
-		return nullptr;
-	}
+	if(!acceptZoneArguments(faults)) return nullptr;
 	return addZone(new Zone2(this, vConstraintGraphs, std::vector<Point2>(1, startPoint)));
 }
 

@@ -15,6 +15,7 @@
 #include "Zone2.h"
 #include <atomic>
 #include <cstddef>
+#include <set>
 #include <string>
 #include <utility>
 #include <vector>
@@ -27,7 +28,6 @@ struct ConstraintWork;
 struct MirelExport;
 class Visualizer2;
 class Visualizer3;
-class VertexNumbering;
 enum LocateResult : int; // where a point walk ends (MeshSurgery.h)
 
 // The triangulation behind the facade Mirel_2D: an exact 2D Delaunay
@@ -121,6 +121,8 @@ private:
 	}
 
 	// ---- Insertion machinery ----
+	// The batch insertion of both insertVector overloads; handles may be null.
+	void insertPointVector(const std::vector<Point2>& vPoints, Point2** handles);
 	// Adds points to the box; if it changed, doubles it about its centre (which
 	// raises the predicates' error bound), sets up the Hilbert grid again and re-keys.
 	template<class AddFunc>
@@ -133,8 +135,8 @@ private:
 	// vertices on numCPU threads; batchBox receives the batch's bounds.
 	template<class XYFunc, class FillFunc>
 	void makeBatchVerticesMT(size_t n, XYFunc getXY, FillFunc fillVertex, Point2** handles, Bbox2& batchBox);
-	void triangulateRec(IdxVtxAct** first, IdxVtxAct** last, Triangle2* pStartT);
-	Triangle2* insertSequentially(IdxVtxAct** first, IdxVtxAct** last, Triangle2* pStartT);
+	void triangulateRec(IdxVtxAct* first, IdxVtxAct* last, Triangle2* pStartT);
+	Triangle2* insertSequentially(IdxVtxAct* first, IdxVtxAct* last, Triangle2* pStartT);
 	// Inserts the record's vertex unless it is inactive or already in the mesh.
 	Triangle2* insertRecord(IdxVtxAct* pRec, Triangle2* pStartT)
 	{
@@ -167,12 +169,12 @@ private:
 	int findSegmentStart(Point2* a, Point2* b, Triangle2*& pStartT, int& startEdge, Point2*& pVertexOnSegment);
 	int walkSegment(Point2* a, Point2* b, Point2*& pVertexOnSegment, Triangle2*& pCrossT, int& crossEdge);
 	bool newCDT_insertOrSplit(ConstraintSegment2* pCSeg, std::vector<ConstraintSegment2*>& vStack);
+	bool splitAndApply(ConstraintSegment2* pCSeg, Point2* pSplit);
 	bool splitAtCrossing(ConstraintSegment2* pCSeg, Triangle2* pCrossT, int crossEdge, std::vector<ConstraintSegment2*>& vStack);
 	Point2* findVertexAt(const Point2& p);
 	bool isInsideCrossingQuad(ConstraintSegment2* pCSeg, ConstraintSegment2* pCrossingCSeg, const Point2& q);
 	Point2* nearestEndpoint(ConstraintSegment2* pCSeg, ConstraintSegment2* pCrossingCSeg, const Point2& q);
 	void computeCrossing(ConstraintSegment2* pCSeg, ConstraintSegment2* pCrossingCSeg, double& x, double& y);
-	void killAndUnestablishConstraintSegment(ConstraintSegment2* pCSeg, Triangle2* pFromT, int fromICI);
 	void insertEdgeByFlips(Point2* a, Point2* b);
 	void bfsFlipFromEdge(Point2* a, Point2* b);
 	void legalizeUnlockedEdges();
@@ -191,9 +193,14 @@ private:
 	SimplePool<Triangle2> trianglePool;
 	size_t numAllT; // triangles made
 	size_t numDeadT; // triangles released
-	std::vector<Triangle2*> vFlipStack; // triangles whose edge 0 is still to be examined
-	std::vector<std::pair<Triangle2*, int>> vVisibleHullEdges; // work list of insertVertexCH
-	std::vector<std::pair<Triangle2*, int>> vVisibleHullEdgesBack;
+	// Scratch lists of the insertion, reused from vertex to vertex.
+	struct InsertionWork
+	{
+		std::vector<Triangle2*> vFlipStack; // triangles whose edge 0 is still to be examined
+		std::vector<std::pair<Triangle2*, int>> vVisibleHullEdges; // work list of insertVertexCH
+		std::vector<std::pair<Triangle2*, int>> vVisibleHullEdgesBack;
+	};
+	InsertionWork insertionWork;
 	bool bFastMode;
 	// Set once constraint segments exist; the flip loop then asks the constraint
 	// lookup before every flip. While it is false no edge is locked.
@@ -231,6 +238,12 @@ public:
 	void statistics(const char* statName) const;
 
 private:
+	// The rungs of checkValidity; each reports what it finds and returns whether all was well.
+	bool checkCombinatorics(const std::vector<Triangle2*>& vT, std::vector<std::pair<Triangle2*, int>>& vLinkedEdges, std::set<Point2*>& sCorners) const;
+	bool checkOrientations(const std::vector<Triangle2*>& vT);
+	bool checkEmptyCircles(const std::vector<std::pair<Triangle2*, int>>& vLinkedEdges);
+	bool checkVaultAgreement(const std::vector<Point2*>& vVertices, const std::set<Point2*>& sCorners) const;
+
 	// A hole edge seen from outside: the triangle beyond it and the edge's index
 	// there; pOuterT is null where the edge is (or becomes) a hull edge.
 	struct HoleEdge
@@ -256,17 +269,22 @@ private:
 	// points are collinear, so the vault holds them without triangles again.
 	void dropToLowerDimension();
 
-	std::vector<Triangle2*> vUmbrellaT; // triangles around the vertex being removed, reused first
-	std::vector<Point2*> vHoleVtx; // its link, counterclockwise
-	std::vector<HoleEdge> vHoleEdge; // vHoleVtx[i] -> vHoleVtx[i+1]
-	std::vector<size_t> vHullChain; // positions in vHoleVtx on the new hull
-	std::vector<Point2*> vPolyVtx; // the polygon being clipped
-	std::vector<HoleEdge> vPolyEdge; // vPolyVtx[i] -> vPolyVtx[i+1]
-	std::vector<Triangle2*> vHoleT; // triangles made for the hole
-	std::vector<std::pair<Triangle2*, int>> vHoleFlipStack;
-	size_t numUmbrellaT = 0; // size of the umbrella, for the watchdog report
-	size_t numRemovalSteps = 0;
-	size_t maxRemovalSteps = 0;
+	// Scratch state of one removal (Dt2_removal.cpp), reused from vertex to vertex.
+	struct RemovalWork
+	{
+		std::vector<Triangle2*> vUmbrellaT; // triangles around the vertex being removed, reused first
+		std::vector<Point2*> vHoleVtx; // its link, counterclockwise
+		std::vector<HoleEdge> vHoleEdge; // vHoleVtx[i] -> vHoleVtx[i+1]
+		std::vector<size_t> vHullChain; // positions in vHoleVtx on the new hull
+		std::vector<Point2*> vPolyVtx; // the polygon being clipped
+		std::vector<HoleEdge> vPolyEdge; // vPolyVtx[i] -> vPolyVtx[i+1]
+		std::vector<Triangle2*> vHoleT; // triangles made for the hole
+		std::vector<std::pair<Triangle2*, int>> vHoleFlipStack;
+		size_t numUmbrellaT = 0; // size of the umbrella, for the watchdog report
+		size_t numRemovalSteps = 0;
+		size_t maxRemovalSteps = 0; // the watchdog's cap
+	};
+	RemovalWork removalWork;
 
 	// ======================================================================
 	// Export and drawing
@@ -291,9 +309,6 @@ public:
 	void writeObj(const char* filename, Zone2* pZone);
 	void writeWebScene(const char* path, Zone2* pZone);
 
-private:
-	void exportVertices(MirelExport& mirelExport, VertexNumbering& numbering);
-	void exportTriangles(MirelExport& mirelExport, const VertexNumbering& numbering, bool bClearAfterExport);
 
 	// ======================================================================
 	// Zones

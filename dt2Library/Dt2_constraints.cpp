@@ -60,7 +60,27 @@ double heightAlong(const Point2& a, const Point2& b, double x, double y)
 	return a.z() + t * (b.z() - a.z());
 }
 
+// Splits an alive piece at an existing vertex; its two pieces are walked next.
+void splitAndStack(ConstraintSegment2* pCSeg, Point2* pSplit, std::vector<ConstraintSegment2*>& vStack)
+{
+	pCSeg->split_combinatorialOnly(pSplit);
+	vStack.insert(vStack.end(), pCSeg->getChildren().begin(), pCSeg->getChildren().end());
+}
+
 } // namespace
+
+// Splits an established piece at an existing vertex and establishes its two
+// pieces at once; false when that ran out of numeric accuracy.
+bool Dt2::splitAndApply(ConstraintSegment2* pCSeg, Point2* pSplit)
+{
+	pCSeg->split_combinatorialOnly(pSplit);
+	std::vector<ConstraintSegment2*> vPieces(pCSeg->getChildren());
+	for(ConstraintSegment2* pPiece : vPieces)
+	{
+		if(!pConstraintMgr->apply(pPiece)) return false;
+	}
+	return true;
+}
 
 // ======================================================================
 // Queries and the flip lock
@@ -236,7 +256,12 @@ int Dt2::walkSegment(Point2* a, Point2* b, Point2*& pVertexOnSegment, Triangle2*
 		}
 		w.vCrossedEdges.emplace_back(c1, c2);
 		// A straight walk crosses each edge at most once.
-		MIREL_ASSERT(w.vCrossedEdges.size()<=3*numAllT);
+		const size_t maxCrossings(3 * numAllT);
+		if(w.vCrossedEdges.size() > maxCrossings)
+		{
+			reportLoopCap("Dt2::walkSegment()", "maxCrossings", maxCrossings);
+			MIREL_ASSERT(w.vCrossedEdges.size()<=maxCrossings);
+		}
 		Triangle2* pU(pT->getOppositeTriangle(e));
 		MIREL_ASSERT(pU!=0);
 		int j(pU->getIntraTriangleIndex(pT));
@@ -304,8 +329,7 @@ bool Dt2::newCDT_insertOrSplit(ConstraintSegment2* pCSeg, std::vector<Constraint
 			MIREL_ASSERT(pExistingVertex!=pCSeg->getSrc());
 			MIREL_ASSERT(pExistingVertex!=pCSeg->getTrg());
 			if(!pConstraintMgr->canSplitAt(pCSeg, pExistingVertex)) return false;
-			pCSeg->split_combinatorialOnly(pExistingVertex);
-			vStack.insert(vStack.end(), pCSeg->getChildren().begin(), pCSeg->getChildren().end());
+			splitAndStack(pCSeg, pExistingVertex, vStack);
 			return true;
 		case SWR_CROSSING:
 			return splitAtCrossing(pCSeg, pCrossT, crossEdge, vStack);
@@ -352,12 +376,7 @@ bool Dt2::splitAtCrossing(ConstraintSegment2* pCSeg, Triangle2* pCrossT, int cro
 		if((bSplitNew && !pConstraintMgr->canSplitAt(pCSeg, pExisting)) || (bSplitCrossing && !pConstraintMgr->canSplitAt(pCrossingCSeg, pExisting))) return false;
 		if(bSplitCrossing)
 		{
-			pCrossingCSeg->split_combinatorialOnly(pExisting);
-			std::vector<ConstraintSegment2*> vCrossingPieces(pCrossingCSeg->getChildren());
-			for(ConstraintSegment2* pPiece : vCrossingPieces)
-			{
-				if(!pConstraintMgr->apply(pPiece)) return false;
-			}
+			if(!splitAndApply(pCrossingCSeg, pExisting)) return false;
 		}
 		if(!pCSeg->isAlive())
 		{
@@ -365,8 +384,7 @@ bool Dt2::splitAtCrossing(ConstraintSegment2* pCSeg, Triangle2* pCrossT, int cro
 		}
 		else if(bSplitNew)
 		{
-			pCSeg->split_combinatorialOnly(pExisting);
-			vStack.insert(vStack.end(), pCSeg->getChildren().begin(), pCSeg->getChildren().end());
+			splitAndStack(pCSeg, pExisting, vStack);
 		}
 		else
 		{
@@ -376,16 +394,15 @@ bool Dt2::splitAtCrossing(ConstraintSegment2* pCSeg, Triangle2* pCrossT, int cro
 	}
 	MIREL_ASSERT(splitPoint!=*pCrossingCSeg->getSrc() && splitPoint!=*pCrossingCSeg->getTrg());
 
-	killAndUnestablishConstraintSegment(pCrossingCSeg, pCrossT, crossEdge);
-	Point2* pSplit(insert(splitPoint));
-	MIREL_ASSERT(pSplit!=0);
-	pCrossingCSeg->setAliveFlag(true);
-	pCrossingCSeg->split_combinatorialOnly(pSplit);
-	std::vector<ConstraintSegment2*> vCrossingPieces(pCrossingCSeg->getChildren());
-	for(ConstraintSegment2* pPiece : vCrossingPieces)
+	// The crossing segment gives way to the flips around the new vertex.
+	Point2* pSplit(nullptr);
 	{
-		if(!pConstraintMgr->apply(pPiece)) return false;
+		ConstraintUnlock unlock(pCrossingCSeg);
+		MIREL_ASSERT(canBeFlipped(pCrossT,crossEdge));
+		pSplit = insert(splitPoint);
 	}
+	MIREL_ASSERT(pSplit!=0);
+	if(!splitAndApply(pCrossingCSeg, pSplit)) return false;
 	// Establishing those halves may have made this segment an edge and split
 	// it at another crossing; then its pieces are walked again.
 	if(pCSeg->isAlive() && pSplit != pCSeg->getSrc() && pSplit != pCSeg->getTrg()) pCSeg->split_combinatorialOnly(pSplit);
@@ -473,14 +490,6 @@ void Dt2::computeCrossing(ConstraintSegment2* pCSeg, ConstraintSegment2* pCrossi
 	geomTest.getIntersectionCoords_gmp_MT(*a, *b, *c, *d, x, y);
 }
 
-// Clears the constraint mark of the segment so that the insertion of the
-// crossing vertex may flip its edge.
-void Dt2::killAndUnestablishConstraintSegment(ConstraintSegment2* pCSeg, Triangle2* pFromT, int fromICI)
-{
-	pCSeg->setAliveFlag(false);
-	MIREL_ASSERT(canBeFlipped(pFromT,fromICI));
-}
-
 // Makes a-b an edge by flipping the edges it crosses (Sloan's method): a
 // crossed edge whose quadrilateral is strictly convex is flipped; if the new
 // diagonal still crosses a-b it goes back into the queue, otherwise it is
@@ -494,11 +503,17 @@ void Dt2::insertEdgeByFlips(Point2* a, Point2* b)
 	ConstraintWork& w(*pConstraintWork);
 	std::vector<std::pair<Point2*, Point2*> >& vQueue(w.vCrossedEdges);
 	w.vNewEdges.clear();
-	size_t maxSteps(16 * (vQueue.size() + 1) * (vQueue.size() + 1));
+	// Each crossed edge is flipped away in a few rounds; far more steps mean
+	// a broken mesh.
+	const size_t maxFlipSteps(16 * (vQueue.size() + 1) * (vQueue.size() + 1));
 	size_t numSteps(0);
 	for(size_t head = 0; head < vQueue.size(); ++head)
 	{
-		MIREL_ASSERT(++numSteps<maxSteps);
+		if(++numSteps >= maxFlipSteps)
+		{
+			reportLoopCap("Dt2::insertEdgeByFlips()", "maxFlipSteps", maxFlipSteps);
+			MIREL_ASSERT(numSteps<maxFlipSteps);
+		}
 		Point2* u(vQueue[head].first);
 		Point2* v(vQueue[head].second);
 		Triangle2* pT(pConstraintMgr->findTriangleWithDirectedEdge(u, v));
@@ -574,8 +589,7 @@ bool Dt2::runConformingLoop(std::vector<ConstraintSegment2*>& vStack)
 		if(result == SWR_VERTEX)
 		{
 			if(!pConstraintMgr->canSplitAt(pPiece, pExistingVertex)) return false;
-			pPiece->split_combinatorialOnly(pExistingVertex);
-			vStack.insert(vStack.end(), pPiece->getChildren().begin(), pPiece->getChildren().end());
+			splitAndStack(pPiece, pExistingVertex, vStack);
 			continue;
 		}
 		if(result == SWR_CROSSING)
@@ -653,18 +667,14 @@ bool Dt2::splitAtMidpoint(ConstraintSegment2* pPiece, std::vector<ConstraintSegm
 	Point2 splitPoint(a.x() + 0.5 * (b.x() - a.x()), a.y() + 0.5 * (b.y() - a.y()), 0.5 * (a.z() + b.z()));
 	if(pPiece->getCIS() == CIS_CONFORMING_SURFACE_HEIGHT) splitPoint.setZ(getSurfaceHeightNearPiece(splitPoint, 0.5 * (a.z() + b.z())));
 
-	// Not a constraint while its split point goes in: it may have to be flipped.
-	pPiece->setAliveFlag(false);
-	Point2* pSplit(insert(splitPoint));
-	pPiece->setAliveFlag(true);
+	Point2* pSplit(pPiece->insertSplitVertex(splitPoint));
 	MIREL_ASSERT(pSplit!=0);
 	if(pSplit == pPiece->getSrc() || pSplit == pPiece->getTrg() || !pConstraintMgr->canSplitAt(pPiece, pSplit))
 	{
 		sendWarning("Dt2::insertSegmentConformingDelaunay()", "Double precision arithmetic does not allow to split a segment further, giving up. Incorrect result!");
 		return false;
 	}
-	pPiece->split_combinatorialOnly(pSplit);
-	vStack.insert(vStack.end(), pPiece->getChildren().begin(), pPiece->getChildren().end());
+	splitAndStack(pPiece, pSplit, vStack);
 	bfsFlipIncident(pSplit);
 	return true;
 }

@@ -214,7 +214,7 @@ void InserterMT::createFakeBox(Dt2& dt, const Bbox2& batchBox)
 	pT1->setOppTriangle(1, pT2);
 	pT2->setOppTriangle(2, pT1);
 	vault.setFullDimensional();
-	IdxVtxAct** records(vault.getRecords());
+	IdxVtxAct* records(vault.getRecords());
 	dt.triangulateRec(records, records + vault.getNumSorted(), pT1);
 }
 
@@ -254,7 +254,7 @@ InserterMT::~InserterMT()
 	for(Chunk* pChunk : vChunks) delete pChunk;
 }
 
-void InserterMT::go(IdxVtxAct** start_it, IdxVtxAct** end_it)
+void InserterMT::go(IdxVtxAct* start_it, IdxVtxAct* end_it)
 {
 	using std::distance;
 	size_t n(static_cast<size_t>(std::distance(start_it, end_it)));
@@ -268,9 +268,9 @@ void InserterMT::go(IdxVtxAct** start_it, IdxVtxAct** end_it)
 	vDenseVtx.resize(n - numSparse);
 	vSparseVtx.resize(numSparse);
 	parallelFor(numCPU, vDenseVtx.size(), [&](size_t b, size_t e) {
-		for(size_t i = b; i < e; ++i) vDenseVtx[i] = start_it[i + i / step]->pVtx;
+		for(size_t i = b; i < e; ++i) vDenseVtx[i] = start_it[i + i / step].pVtx;
 	});
-	for(size_t j = 0; j < numSparse; ++j) vSparseVtx[j] = start_it[(j + 1) * step + j]->pVtx;
+	for(size_t j = 0; j < numSparse; ++j) vSparseVtx[j] = start_it[(j + 1) * step + j].pVtx;
 	MIREL_ASSERT(vDenseVtx.size()+vSparseVtx.size()==(size_t)distance(start_it,end_it));
 	MIREL_ASSERT(!vSparseVtx.empty());
 

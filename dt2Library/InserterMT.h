@@ -59,7 +59,7 @@ public:
 	// Inserts [start_it, end_it): a sparse sample sequentially, then the rest
 	// in chunks on numCPU threads. The mesh must have a fake box around them.
 	// The range is a run of the vault's records.
-	void go(IdxVtxAct** start_it, IdxVtxAct** end_it);
+	void go(IdxVtxAct* start_it, IdxVtxAct* end_it);
 
 	// Worker loop (called by the worker task).
 	void workerLoop();

@@ -39,6 +39,8 @@ inline bool isBeyondHull(int r)
 // After this many steps a walk may be circling among degenerate triangles; from
 // then on each triangle is entered at a random edge, which breaks every cycle.
 const size_t WALK_STEPS_BEFORE_RANDOM_ORDER(1000);
+// A walk this long is lost in a broken mesh: logged, then the banner.
+const size_t MAX_WALK_STEPS(size_t(1) << 32);
 
 /*
  * Guards of the point walk. Before each step from t across its edge i into the
@@ -110,6 +112,11 @@ LocateResult walkToPoint(GeomTest& geomTest, const Point2* v, Triangle2*& t, int
 				t = pNext;
 				if(++numSteps > WALK_STEPS_BEFORE_RANDOM_ORDER)
 				{
+					if(numSteps > MAX_WALK_STEPS)
+					{
+						reportLoopCap("MeshSurgery::walkToPoint()", "MAX_WALK_STEPS", MAX_WALK_STEPS);
+						MIREL_ASSERT(numSteps<=MAX_WALK_STEPS);
+					}
 					int s(std::rand() % 3);
 					aOrder[0] = s;
 					aOrder[1] = nextIndex(s);

@@ -1,4 +1,6 @@
 #include "MirelExport.h"
+#include "tools.h"
+#include <sstream>
 #include <algorithm>
 #include <fstream>
 #include <iostream>
@@ -84,22 +86,24 @@ void MirelExport::extractTriangleNeighborships(std::vector<std::pair<int, int>>&
 
 void MirelExport::print() const
 {
+	std::ostringstream oss;
 	for(int32_t i = 0; i < numPoints; ++i)
 	{
 		int32_t customIndex(numCustomIndices > 0 ? aCustomIndices[i] : -1);
-		std::cout << "\nVertex " << i << " (customIndex=" << customIndex << "):";
-		for(int32_t d = 0; d < dim; ++d) std::cout << " " << aCoords[size_t(dim) * size_t(i) + size_t(d)];
+		oss << "\nVertex " << i << " (customIndex=" << customIndex << "):";
+		for(int32_t d = 0; d < dim; ++d) oss << " " << aCoords[size_t(dim) * size_t(i) + size_t(d)];
 	}
 	for(int32_t i = 0; i < numTriangles; ++i)
 	{
 		int v0, v1, v2;
 		getCornerIndices(i, v0, v1, v2);
-		std::cout << "\nTriangle " << i << ": " << v0 << " " << v1 << " " << v2;
+		oss << "\nTriangle " << i << ": " << v0 << " " << v1 << " " << v2;
 	}
 	std::vector<std::pair<int, int>> vNeigs;
 	extractTriangleNeighborships(vNeigs);
-	for(const std::pair<int, int>& neig : vNeigs) std::cout << "\nTriangle " << neig.first << " <-> Triangle " << neig.second;
-	std::cout << std::endl;
+	for(const std::pair<int, int>& neig : vNeigs) oss << "\nTriangle " << neig.first << " <-> Triangle " << neig.second;
+	oss << "\n";
+	sendRawText(oss.str());
 }
 
 bool MirelExport::writeObj(const char* filename) const
@@ -107,10 +111,10 @@ bool MirelExport::writeObj(const char* filename) const
 	std::ofstream out(filename);
 	if(!out.is_open())
 	{
-		std::cout << "Can't write " << filename << std::endl;
+		sendRawText("Can't write " + std::string(filename) + "\n");
 		return false;
 	}
-	std::cout << "writing " << filename << std::endl;
+	sendRawText("writing " + std::string(filename) + "\n");
 	// A decimal point whatever the user's locale: OBJ readers expect one.
 	out.imbue(std::locale::classic());
 	out << "# Written by Mirel2D";
@@ -130,7 +134,7 @@ bool MirelExport::writeObj(const char* filename) const
 	// A full disk must not pass for a complete mesh.
 	if(out.fail())
 	{
-		std::cout << "Can't write " << filename << std::endl;
+		sendRawText("Can't write " + std::string(filename) + "\n");
 		return false;
 	}
 	return true;

@@ -1,4 +1,6 @@
 #include "Point2.h"
+#include "tools.h"
+#include <sstream>
 #include <iostream>
 
 namespace MIREL25D {
@@ -20,7 +22,9 @@ Vector2 Point2::operator-(const Point2& p) const
 
 void Point2::print() const
 {
-	std::cout << coordX << " " << coordY << " " << coordZ << std::endl;
+	std::ostringstream oss;
+	oss << coordX << " " << coordY << " " << coordZ << "\n";
+	sendRawText(oss.str());
 }
 
 std::ostream& operator<<(std::ostream& stream, const Point2& p)
@@ -50,9 +54,11 @@ double sqDistance25D(const Point2& p0, const Point2& p1)
 	{
 		// A NaN height usually comes from a failed height interpolation upstream:
 		// name both points so that the caller can trace it.
-		std::cerr << "warning, sqDistance25D, nan value, no distance" << std::endl;
-		std::cerr << "p0=" << p0 << std::endl;
-		std::cerr << "p1=" << p1 << std::endl;
+		std::ostringstream oss;
+		oss << "warning, sqDistance25D, nan value, no distance\n"
+			<< "p0=" << p0 << "\n"
+			<< "p1=" << p1 << "\n";
+		sendRawErrorText(oss.str());
 	}
 	return sqDist;
 }

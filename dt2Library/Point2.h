@@ -9,13 +9,17 @@ namespace MIREL25D {
 
 class Triangle2;
 
+// The largest finite double: coordinates of an unset point, empty boxes, and
+// measured quantities that are switched off.
+constexpr double LARGEST_DOUBLE(1.7976931348623157e308);
+
 // A point in the plane that carries a height z. Equality and order use x and y
 // only: the height is payload and never reaches a predicate. A vertex of a
 // triangulation knows one triangle incident to it; a copy never does.
 class MIREL_API Point2
 {
 public:
-	Point2() : coordX(-1.7976931348623157e308), coordY(-1.7976931348623157e308), coordZ(-1.7976931348623157e308), pIncidentT(nullptr), customIndex(-1) {}
+	Point2() : coordX(-LARGEST_DOUBLE), coordY(-LARGEST_DOUBLE), coordZ(-LARGEST_DOUBLE), pIncidentT(nullptr), customIndex(-1) {}
 	Point2(double x_, double y_, double z_) : coordX(x_), coordY(y_), coordZ(z_), pIncidentT(nullptr), customIndex(-1) {}
 	Point2(const Point2& p) : coordX(p.coordX), coordY(p.coordY), coordZ(p.coordZ), pIncidentT(nullptr), customIndex(p.customIndex) {}
 	Point2& operator=(const Point2& p)

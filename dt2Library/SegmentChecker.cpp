@@ -406,7 +406,7 @@ bool SegmentChecker::getIntersectionSegment(const Segment2& seg1, const Segment2
 
 void SegmentChecker::showSegments(const char* name) const
 {
-	std::cout << "SegmentChecker::showSegments(), numSegments=" << pSCD->vSegments.size() << std::endl;
+	sendRawText("SegmentChecker::showSegments(), numSegments=" + std::to_string(pSCD->vSegments.size()) + "\n");
 	Visualizer2 vis(name);
 	for(Segment2* pSeg : pSCD->vSegments) vis.addObject(*pSeg, Color(CBLACK));
 	vis.writeFile();

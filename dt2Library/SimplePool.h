@@ -8,7 +8,8 @@
 
 namespace MIREL25D {
 
-// The two diagnostics of the pool, out of line so that the template stays light.
+// The two diagnostics of the pool, out of line so that the template stays
+// light; the second ends in the assertion banner.
 void reportPoolInitTwice();
 void reportPoolOutOfMemory();
 
@@ -43,7 +44,7 @@ public:
 	size_t getBlockSize() const { return blockSize; }
 
 	// An object from the free list, else the next unused one of the last block.
-	// Null (after a message) when no memory can be had.
+	// Never null: when no memory can be had, a message and the assertion banner.
 	T* alloc()
 	{
 		T* p(allocRaw());

@@ -1,4 +1,5 @@
 #include "Triangle2.h"
+#include <sstream>
 #include "GeomTest.h"
 #include "tools.h"
 #include <algorithm>
@@ -8,7 +9,6 @@
 namespace MIREL25D {
 
 namespace {
-const double LARGEST_DOUBLE(1.7976931348623157e308);
 const double RAD_TO_DEG(57.295779513);
 // Largest difference of the distances from a circumcentre to the three corners
 // that still counts as accurate.
@@ -102,10 +102,12 @@ int Triangle2::getIntraTriangleIndex(const Point2* a, const Point2* b) const
 		const Point2* pTrg(aVertexPointer[prevIndex(i)]);
 		if((pSrc == a && pTrg == b) || (pSrc == b && pTrg == a)) return i;
 	}
-	std::cout << "BUG: Triangle2::getIntraTriangleIndex failed for" << "\n";
-	printPointOrNull(std::cout, a);
-	printPointOrNull(std::cout, b);
-	std::cout << *this << std::flush;
+	std::ostringstream oss;
+	oss << "BUG: Triangle2::getIntraTriangleIndex failed for" << "\n";
+	printPointOrNull(oss, a);
+	printPointOrNull(oss, b);
+	oss << *this;
+	sendRawText(oss.str());
 	return -1;
 }
 
@@ -127,11 +129,13 @@ double Triangle2::computeArea(double len0, double len1, double len2) const
 	if(std::isnan(sqArea))
 	{
 		sendWarning("Triangle2::computeArea()", "invalid value, no area for this triangle");
-		std::cout << "ownHalfCircf=" << ownHalfCircf << "\n";
-		std::cout << "Corners are: " << "\n";
-		for(int i = 0; i < 3; ++i) printPointOrNull(std::cout, aVertexPointer[i]);
-		std::cout << "len0=" << len0 << "\n" << "len1=" << len1 << "\n" << "len2=" << len2 << std::endl;
-		MIREL_ASSERT(!std::isnan(sqArea)); // logs cite this as line 134: keep it here
+		std::ostringstream oss;
+		oss << "ownHalfCircf=" << ownHalfCircf << "\n";
+		oss << "Corners are: " << "\n";
+		for(int i = 0; i < 3; ++i) printPointOrNull(oss, aVertexPointer[i]);
+		oss << "len0=" << len0 << "\n" << "len1=" << len1 << "\n" << "len2=" << len2 << "\n";
+		sendRawText(oss.str());
+		MIREL_ASSERT_PINNED(!std::isnan(sqArea), "Triangle2.cpp", 134);
 	}
 	// Rounding can make a degenerate triangle's square slightly negative.
 	if(sqArea <= 0.0) return 0.0;

@@ -1,6 +1,7 @@
 #pragma once
 #include "MirelExportMacro.h"
 #include "Point2.h"
+#include "tools.h"
 #include <iosfwd>
 #include <utility>
 
@@ -66,17 +67,20 @@ public:
 	}
 	bool isAlive() const { return aVertexPointer[0] != nullptr; }
 
-	// 1 or 2 if p is corner 1 or 2, else 0: callers guarantee membership.
+	// 1 or 2 if p is corner 1 or 2, else 0: callers guarantee membership
+	// (checked in the debug tier).
 	int getIntraTriangleIndex(const Point2* p) const
 	{
 		if(aVertexPointer[1] == p) return 1;
 		if(aVertexPointer[2] == p) return 2;
+		MIREL_DEBUG_ASSERT(aVertexPointer[0]==p);
 		return 0;
 	}
 	int getIntraTriangleIndex(const Triangle2* t) const
 	{
 		if(aOppTriangles[1] == t) return 1;
 		if(aOppTriangles[2] == t) return 2;
+		MIREL_DEBUG_ASSERT(aOppTriangles[0]==t);
 		return 0;
 	}
 	// The edge with end points a and b in either order, or -1 after a message.

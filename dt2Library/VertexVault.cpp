@@ -9,19 +9,15 @@
 namespace MIREL25D {
 
 namespace {
-const size_t INDEX_RECORDS_PER_BLOCK(625000);
-
-bool keyLess(const IdxVtxAct* a, const IdxVtxAct* b)
+bool keyLess(const IdxVtxAct& a, const IdxVtxAct& b)
 {
-	return a->key < b->key;
+	return a.key < b.key;
 }
 } // namespace
 
 VertexVault::VertexVault(GeomTest* pGeomTest_, const HilbertGrid* pGrid_)
 	: pGeomTest(pGeomTest_), pGrid(pGrid_), numSorted(0), numActive(0), bFullDimensional(false)
-{
-	idxPool.init(INDEX_RECORDS_PER_BLOCK);
-}
+{}
 
 VertexVault::~VertexVault() {}
 
@@ -31,19 +27,11 @@ void VertexVault::reserveBatch(size_t n)
 	vIdxVtxAct.reserve(vIdxVtxAct.size() + n);
 }
 
-IdxVtxAct** VertexVault::appendRecords(size_t n)
+IdxVtxAct* VertexVault::appendRecords(size_t n)
 {
 	mergeSingles(); // the batch must start right after the sorted records
 	size_t oldSize(vIdxVtxAct.size());
-	std::vector<std::pair<IdxVtxAct*, size_t>> vRuns;
-	size_t numGot(idxPool.allocRawRuns(n, vRuns));
-	MIREL_ASSERT(numGot==n);
 	vIdxVtxAct.resize(oldSize + n);
-	IdxVtxAct** pDst(&vIdxVtxAct[oldSize]);
-	for(const std::pair<IdxVtxAct*, size_t>& run : vRuns)
-	{
-		for(size_t k = 0; k < run.second; ++k) *pDst++ = run.first + k;
-	}
 	numActive += n;
 	return n == 0 ? nullptr : &vIdxVtxAct[oldSize];
 }
@@ -59,15 +47,12 @@ void VertexVault::mergeBatch()
 
 void VertexVault::addOne(Point2* pVtx, uint32_t key)
 {
-	IdxVtxAct* pRec(idxPool.alloc());
-	pRec->key = key;
-	pRec->active = 1;
-	pRec->pVtx = pVtx;
+	IdxVtxAct rec{key, 1, pVtx};
 	++numActive;
 	if(!bFullDimensional)
 	{
-		auto pos(std::upper_bound(vIdxVtxAct.begin(), vIdxVtxAct.begin() + numSorted, pRec, keyLess));
-		vIdxVtxAct.insert(pos, pRec);
+		auto pos(std::upper_bound(vIdxVtxAct.begin(), vIdxVtxAct.begin() + numSorted, rec, keyLess));
+		vIdxVtxAct.insert(pos, rec);
 		++numSorted;
 		return;
 	}
@@ -75,7 +60,7 @@ void VertexVault::addOne(Point2* pVtx, uint32_t key)
 	// sorted vector would move the whole store every time. The tail is scanned
 	// by the lookups and merged in once it is longer than twice the square root of the store:
 	// amortised, a merge then costs a few pointer moves per insertion.
-	vIdxVtxAct.push_back(pRec);
+	vIdxVtxAct.push_back(rec);
 	size_t numTail(vIdxVtxAct.size() - numSorted);
 	if(numTail > 4096 && numTail * numTail > 4 * numSorted) mergeSingles();
 }
@@ -95,12 +80,12 @@ void VertexVault::rekey()
 	std::vector<uint64_t> vPairs(2 * n);
 	for(size_t i = 0; i < n; ++i)
 	{
-		IdxVtxAct* pRec(vIdxVtxAct[i]);
-		pRec->key = pGrid->getKey(pRec->pVtx->x(), pRec->pVtx->y());
-		vPairs[i] = (uint64_t(pRec->key) << 32) | uint64_t(i);
+		IdxVtxAct& rec(vIdxVtxAct[i]);
+		rec.key = pGrid->getKey(rec.pVtx->x(), rec.pVtx->y());
+		vPairs[i] = (uint64_t(rec.key) << 32) | uint64_t(i);
 	}
 	sortKeyIndexPairs(&vPairs[0], &vPairs[n], n);
-	std::vector<IdxVtxAct*> vOld(vIdxVtxAct);
+	std::vector<IdxVtxAct> vOld(vIdxVtxAct);
 	for(size_t i = 0; i < n; ++i) vIdxVtxAct[i] = vOld[vPairs[i] & 0xffffffffu];
 	numSorted = n;
 }
@@ -137,22 +122,22 @@ bool VertexVault::getThreeInitialPoints(Point2*& a, Point2*& b, Point2*& c, size
 	MIREL_ASSERT(!bFullDimensional);
 	if(vIdxVtxAct.size() < 3) return false;
 	size_t i(0);
-	while(i < vIdxVtxAct.size() && !vIdxVtxAct[i]->active) ++i;
+	while(i < vIdxVtxAct.size() && !vIdxVtxAct[i].active) ++i;
 	if(i == vIdxVtxAct.size()) return false;
-	a = vIdxVtxAct[i]->pVtx;
+	a = vIdxVtxAct[i].pVtx;
 	if(pIdxA != nullptr) *pIdxA = i;
 	for(++i; i < vIdxVtxAct.size(); ++i)
 	{
-		if(vIdxVtxAct[i]->active && *vIdxVtxAct[i]->pVtx != *a) break;
+		if(vIdxVtxAct[i].active && *vIdxVtxAct[i].pVtx != *a) break;
 	}
 	if(i == vIdxVtxAct.size()) return false;
-	b = vIdxVtxAct[i]->pVtx;
+	b = vIdxVtxAct[i].pVtx;
 	for(++i; i < vIdxVtxAct.size(); ++i)
 	{
-		if(vIdxVtxAct[i]->active && pGeomTest->getOrientation2(a, b, vIdxVtxAct[i]->pVtx) != ORIENTATION2_COLLINEAR) break;
+		if(vIdxVtxAct[i].active && pGeomTest->getOrientation2(a, b, vIdxVtxAct[i].pVtx) != ORIENTATION2_COLLINEAR) break;
 	}
 	if(i == vIdxVtxAct.size()) return false;
-	c = vIdxVtxAct[i]->pVtx;
+	c = vIdxVtxAct[i].pVtx;
 	return true;
 }
 
@@ -162,7 +147,7 @@ size_t VertexVault::lowerBound(uint32_t key) const
 	while(lo < hi)
 	{
 		size_t mid((lo + hi) / 2);
-		if(vIdxVtxAct[mid]->key < key) lo = mid + 1;
+		if(vIdxVtxAct[mid].key < key) lo = mid + 1;
 		else hi = mid;
 	}
 	return lo;
@@ -174,15 +159,15 @@ Triangle2* VertexVault::getCloseTriangle(uint32_t key) const
 	size_t pos(lowerBound(key));
 	// Of the records around the position, the one whose key differs less.
 	if(pos == numSorted) pos = numSorted - 1;
-	else if(pos > 0 && key - vIdxVtxAct[pos - 1]->key < vIdxVtxAct[pos]->key - key) --pos;
+	else if(pos > 0 && key - vIdxVtxAct[pos - 1].key < vIdxVtxAct[pos].key - key) --pos;
 	for(size_t i = pos; i < numSorted; ++i)
 	{
-		const IdxVtxAct* pRec(vIdxVtxAct[i]);
+		const IdxVtxAct* pRec(&vIdxVtxAct[i]);
 		if(pRec->active && pRec->pVtx->getIncidentTriangle() != nullptr) return pRec->pVtx->getIncidentTriangle();
 	}
 	for(size_t i = pos; i > 0; --i)
 	{
-		const IdxVtxAct* pRec(vIdxVtxAct[i - 1]);
+		const IdxVtxAct* pRec(&vIdxVtxAct[i - 1]);
 		if(pRec->active && pRec->pVtx->getIncidentTriangle() != nullptr) return pRec->pVtx->getIncidentTriangle();
 	}
 	return nullptr;
@@ -191,13 +176,13 @@ Triangle2* VertexVault::getCloseTriangle(uint32_t key) const
 Point2* VertexVault::findActiveVertexAt(const Point2& p) const
 {
 	uint32_t key(pGrid->getKey(p.x(), p.y()));
-	for(size_t i = lowerBound(key); i < numSorted && vIdxVtxAct[i]->key == key; ++i)
+	for(size_t i = lowerBound(key); i < numSorted && vIdxVtxAct[i].key == key; ++i)
 	{
-		if(vIdxVtxAct[i]->active && *vIdxVtxAct[i]->pVtx == p) return vIdxVtxAct[i]->pVtx;
+		if(vIdxVtxAct[i].active && *vIdxVtxAct[i].pVtx == p) return vIdxVtxAct[i].pVtx;
 	}
 	for(size_t i = numSorted; i < vIdxVtxAct.size(); ++i)
 	{
-		if(vIdxVtxAct[i]->active && *vIdxVtxAct[i]->pVtx == p) return vIdxVtxAct[i]->pVtx;
+		if(vIdxVtxAct[i].active && *vIdxVtxAct[i].pVtx == p) return vIdxVtxAct[i].pVtx;
 	}
 	return nullptr;
 }
@@ -231,15 +216,15 @@ void VertexVault::treatDupsAndHandles(Point2** handles, size_t numHandles)
 	{
 		size_t idx(0);
 		if(!findIdx(entry.first, idx)) continue;
-		vIdxVtxAct[idx]->active = 0;
+		vIdxVtxAct[idx].active = 0;
 		--numActive;
 		++numFoundInIdxVtxAct;
 	}
 	bool bHandlesAgree(handles == nullptr || mRedundant2UniqueVtx.size() == numFoundInHandles);
 	if(!bHandlesAgree || mRedundant2UniqueVtx.size() != numFoundInIdxVtxAct)
 	{
-		std::cout << "BUG: mRedundant2UniqueVtx.size()=" << mRedundant2UniqueVtx.size() << ", numFoundInHandles=" << numFoundInHandles
-				  << ", numFoundInIdxVtxAct=" << numFoundInIdxVtxAct << std::endl;
+		sendRawText("BUG: mRedundant2UniqueVtx.size()=" + std::to_string(mRedundant2UniqueVtx.size()) + ", numFoundInHandles=" +
+					std::to_string(numFoundInHandles) + ", numFoundInIdxVtxAct=" + std::to_string(numFoundInIdxVtxAct) + "\n");
 	}
 	if(handles != nullptr) MIREL_ASSERT(mRedundant2UniqueVtx.size()==numFoundInHandles);
 	MIREL_ASSERT(mRedundant2UniqueVtx.size()==numFoundInIdxVtxAct);
@@ -255,7 +240,7 @@ Point2* VertexVault::treatOneDupGetHandle(Point2* pVtx)
 	size_t idx(0);
 	bool bFound(findIdx(pVtx, idx));
 	MIREL_ASSERT(bFound);
-	vIdxVtxAct[idx]->active = 0;
+	vIdxVtxAct[idx].active = 0;
 	--numActive;
 	return pUnique;
 }
@@ -270,28 +255,28 @@ void VertexVault::registerDupsAmongActive()
 	while(i < numSorted)
 	{
 		size_t runEnd(i + 1);
-		while(runEnd < numSorted && vIdxVtxAct[runEnd]->key == vIdxVtxAct[i]->key) ++runEnd;
+		while(runEnd < numSorted && vIdxVtxAct[runEnd].key == vIdxVtxAct[i].key) ++runEnd;
 		if(runEnd - i > 1)
 		{
 			vRun.clear();
 			for(size_t k = i; k < runEnd; ++k)
 			{
-				if(vIdxVtxAct[k]->active) vRun.push_back(k);
+				if(vIdxVtxAct[k].active) vRun.push_back(k);
 			}
 			std::sort(vRun.begin(), vRun.end(), [this](size_t a, size_t b) {
-				const Point2& pa(*vIdxVtxAct[a]->pVtx);
-				const Point2& pb(*vIdxVtxAct[b]->pVtx);
+				const Point2& pa(*vIdxVtxAct[a].pVtx);
+				const Point2& pb(*vIdxVtxAct[b].pVtx);
 				if(pa != pb) return pa < pb;
 				return a < b;
 			});
 			size_t firstAtPlace(0);
 			while(firstAtPlace < vRun.size())
 			{
-				const Point2& place(*vIdxVtxAct[vRun[firstAtPlace]]->pVtx);
+				const Point2& place(*vIdxVtxAct[vRun[firstAtPlace]].pVtx);
 				size_t k(firstAtPlace + 1);
-				for(; k < vRun.size() && *vIdxVtxAct[vRun[k]]->pVtx == place; ++k)
+				for(; k < vRun.size() && *vIdxVtxAct[vRun[k]].pVtx == place; ++k)
 				{
-					registerDup(vIdxVtxAct[vRun[k]]->pVtx, vIdxVtxAct[vRun[firstAtPlace]]->pVtx);
+					registerDup(vIdxVtxAct[vRun[k]].pVtx, vIdxVtxAct[vRun[firstAtPlace]].pVtx);
 				}
 				firstAtPlace = k;
 			}
@@ -303,9 +288,9 @@ void VertexVault::registerDupsAmongActive()
 bool VertexVault::findIdx(const Point2* pQuery, size_t& idx) const
 {
 	uint32_t key(pGrid->getKey(pQuery->x(), pQuery->y()));
-	for(size_t i = lowerBound(key); i < numSorted && vIdxVtxAct[i]->key == key; ++i)
+	for(size_t i = lowerBound(key); i < numSorted && vIdxVtxAct[i].key == key; ++i)
 	{
-		if(vIdxVtxAct[i]->pVtx == pQuery && vIdxVtxAct[i]->active)
+		if(vIdxVtxAct[i].pVtx == pQuery && vIdxVtxAct[i].active)
 		{
 			idx = i;
 			return true;
@@ -313,7 +298,7 @@ bool VertexVault::findIdx(const Point2* pQuery, size_t& idx) const
 	}
 	for(size_t i = numSorted; i < vIdxVtxAct.size(); ++i)
 	{
-		if(vIdxVtxAct[i]->pVtx == pQuery && vIdxVtxAct[i]->active)
+		if(vIdxVtxAct[i].pVtx == pQuery && vIdxVtxAct[i].active)
 		{
 			idx = i;
 			return true;
@@ -338,7 +323,7 @@ bool VertexVault::deactivate(const Point2* pVtx)
 {
 	size_t idx(0);
 	if(!findIdxOfActiveVtx(pVtx, idx)) return false;
-	vIdxVtxAct[idx]->active = 0;
+	vIdxVtxAct[idx].active = 0;
 	--numActive;
 	return true;
 }
@@ -346,9 +331,9 @@ bool VertexVault::deactivate(const Point2* pVtx)
 void VertexVault::getActiveVertices(std::vector<Point2*>& vVertices) const
 {
 	vVertices.reserve(vVertices.size() + numActive);
-	for(const IdxVtxAct* pRec : vIdxVtxAct)
+	for(const IdxVtxAct& rec : vIdxVtxAct)
 	{
-		if(pRec->active) vVertices.push_back(pRec->pVtx);
+		if(rec.active) vVertices.push_back(rec.pVtx);
 	}
 }
 
@@ -360,16 +345,15 @@ void VertexVault::export_fetchCustomIndices(MirelExport& mirelExport) const
 	if(numActive == 0) return;
 	mirelExport.aCustomIndices = new int32_t[numActive];
 	int32_t* pOut(mirelExport.aCustomIndices);
-	for(const IdxVtxAct* pRec : vIdxVtxAct)
+	for(const IdxVtxAct& rec : vIdxVtxAct)
 	{
-		if(pRec->active) *pOut++ = pRec->pVtx->getCustomIndex();
+		if(rec.active) *pOut++ = rec.pVtx->getCustomIndex();
 	}
 }
 
 void VertexVault::clear()
 {
-	std::vector<IdxVtxAct*>().swap(vIdxVtxAct);
-	idxPool.clear();
+	std::vector<IdxVtxAct>().swap(vIdxVtxAct);
 	mRedundant2UniqueVtx.clear();
 	numSorted = 0;
 	numActive = 0;
@@ -382,14 +366,8 @@ void VertexVault::clear()
 
 void VertexVault::addFakeBox(Point2* const aCorner[4], const uint32_t aKey[4])
 {
-	IdxVtxAct* aRec[4];
-	for(int i = 0; i < 4; ++i)
-	{
-		aRec[i] = idxPool.alloc();
-		aRec[i]->key = aKey[i];
-		aRec[i]->active = 1;
-		aRec[i]->pVtx = aCorner[i];
-	}
+	IdxVtxAct aRec[4];
+	for(int i = 0; i < 4; ++i) aRec[i] = IdxVtxAct{aKey[i], 1, aCorner[i]};
 	std::stable_sort(aRec, aRec + 4, keyLess);
 	vIdxVtxAct.insert(vIdxVtxAct.begin() + long(numSorted), aRec, aRec + 4);
 	std::inplace_merge(vIdxVtxAct.begin(), vIdxVtxAct.begin() + long(numSorted), vIdxVtxAct.begin() + long(numSorted) + 4, keyLess);
@@ -420,10 +398,10 @@ void VertexVault::adoptFirstCopyData()
 	auto batchEnd(vIdxVtxAct.end());
 	auto positionInBatch = [&](Point2* pVtx) -> size_t {
 		IdxVtxAct probe{pGrid->getKey(pVtx->x(), pVtx->y()), 0, nullptr};
-		auto it(std::lower_bound(batchBegin, batchEnd, &probe, keyLess));
-		for(; it != batchEnd && (*it)->key == probe.key; ++it)
+		auto it(std::lower_bound(batchBegin, batchEnd, probe, keyLess));
+		for(; it != batchEnd && it->key == probe.key; ++it)
 		{
-			if((*it)->pVtx == pVtx) return size_t(it - batchBegin);
+			if(it->pVtx == pVtx) return size_t(it - batchBegin);
 		}
 		return size_t(-1);
 	};

@@ -39,16 +39,12 @@ public:
 	void reserveBatch(size_t n);
 	void appendSorted(Point2* pVtx, uint32_t key)
 	{
-		IdxVtxAct* pRec(idxPool.alloc());
-		pRec->key = key;
-		pRec->active = 1;
-		pRec->pVtx = pVtx;
-		vIdxVtxAct.push_back(pRec);
+		vIdxVtxAct.push_back(IdxVtxAct{key, 1, pVtx});
 		++numActive;
 	}
 	// n new records at the end (the batch), returned for the caller to set
 	// completely (key, active, vertex) in key order; they count as active.
-	IdxVtxAct** appendRecords(size_t n);
+	IdxVtxAct* appendRecords(size_t n);
 	// Stable sort of n values (key << 32 | position) by key; aBuffer is scratch
 	// space for n values.
 	static void sortKeyIndexPairs(uint64_t* aPairs, uint64_t* aBuffer, size_t n);
@@ -93,8 +89,10 @@ public:
 	size_t numberOfPoints() const { return numActive; }
 	size_t size() const { return vIdxVtxAct.size(); }
 	size_t getNumSorted() const { return numSorted; }
-	IdxVtxAct** getRecords() { return vIdxVtxAct.empty() ? nullptr : &vIdxVtxAct[0]; }
-	const IdxVtxAct* getRecord(size_t i) const { return vIdxVtxAct[i]; }
+	// Records move when the store grows or is merged: a pointer into it holds
+	// only while no vertex is added.
+	IdxVtxAct* getRecords() { return vIdxVtxAct.empty() ? nullptr : &vIdxVtxAct[0]; }
+	const IdxVtxAct* getRecord(size_t i) const { return &vIdxVtxAct[i]; }
 	void getActiveVertices(std::vector<Point2*>& vVertices) const;
 
 	// Fills the custom index array of an export record, one entry per active
@@ -131,8 +129,8 @@ private:
 
 	GeomTest* pGeomTest;
 	const HilbertGrid* pGrid;
-	SimplePool<IdxVtxAct> idxPool;
-	std::vector<IdxVtxAct*> vIdxVtxAct;
+	// The records themselves, not pointers to pooled ones: 16 bytes a vertex.
+	std::vector<IdxVtxAct> vIdxVtxAct;
 	size_t numSorted; // records [0, numSorted) are merged and sorted by key; the rest is a batch or the tail of single vertices
 	size_t numActive;
 	std::map<Point2*, Point2*> mRedundant2UniqueVtx;

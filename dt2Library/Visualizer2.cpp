@@ -56,7 +56,7 @@ Visualizer2::Visualizer2(const char* filename_)
 	  bCurrentColorValid(false), bFileClosed(false)
 {
 	outFile.open(filename.c_str(), std::ios::out | std::ios::trunc);
-	if(!outFile.is_open()) std::cout << filename << " can't be written" << std::endl;
+	if(!outFile.is_open()) sendRawText(filename + " can't be written\n");
 	// Page coordinates need a decimal point whatever the user's locale.
 	outFile.imbue(std::locale::classic());
 }

@@ -204,6 +204,26 @@ struct Zone2::FloodFill
 // Construction
 // ======================================================================
 
+unsigned Zone2::argumentFaults(const std::vector<ConstraintGraph2*>& vGraphs, ZoneLocation loc, ZoneKind kind)
+{
+	unsigned faults(0);
+	if(vGraphs.empty() && kind != ZK_GROW) faults |= AF_EMPTY;
+	for(ConstraintGraph2* pGraph : vGraphs)
+	{
+		if(pGraph == nullptr) faults |= AF_NULL_GRAPH;
+		else if(kind != ZK_GROW && !pGraph->isOriented()) faults |= AF_NOT_ORIENTED;
+	}
+	bool bLocationOk(false);
+	switch(kind)
+	{
+		case ZK_ONE_GRAPH: bLocationOk = loc == ZL_INSIDE || loc == ZL_OUTSIDE || loc == ZL_BOUNDED; break;
+		case ZK_GRAPHS: bLocationOk = loc == ZL_INSIDE || loc == ZL_OUTSIDE; break;
+		case ZK_GROW: bLocationOk = loc == ZL_GROW; break;
+	}
+	if(!bLocationOk) faults |= AF_LOCATION;
+	return faults;
+}
+
 Zone2::Zone2(Dt2* pDt2_, ZoneLocation zoneLoc_) : pDt2(pDt2_), zoneLoc(zoneLoc_)
 {
 	MIREL_ASSERT(pDt2!=0);
@@ -214,17 +234,18 @@ Zone2::Zone2(Dt2* pDt2_, ConstraintGraph2* pConstraintGraph, ZoneLocation zoneLo
 {
 	const char* place("Zone2::Zone2(..)");
 	MIREL_ASSERT(pDt2!=0);
-	if(pConstraintGraph == nullptr)
+	unsigned faults(argumentFaults(std::vector<ConstraintGraph2*>(1, pConstraintGraph), zoneLoc, ZK_ONE_GRAPH));
+	if(faults & AF_NULL_GRAPH)
 	{
 		sendError(place, "The ConstraintGraph is NULL");
 		MIREL_ASSERT(pConstraintGraph!=0);
 	}
-	if(!pConstraintGraph->isOriented())
+	if(faults & AF_NOT_ORIENTED)
 	{
 		sendError(place, "The ConstraintGraph is not oriented");
 		MIREL_ASSERT(pConstraintGraph->isOriented());
 	}
-	if(zoneLoc != ZL_INSIDE && zoneLoc != ZL_OUTSIDE && zoneLoc != ZL_BOUNDED)
+	if(faults & AF_LOCATION)
 	{
 		std::ostringstream oss;
 		oss << "The ZoneLocation for this constructor can only be one of ZL_INSIDE, ZL_OUTSIDE, ZL_BOUNDED. zoneLoc=" << int(zoneLoc);
@@ -239,20 +260,18 @@ Zone2::Zone2(Dt2* pDt2_, const std::vector<ConstraintGraph2*>& vConstraintGraphs
 {
 	const char* place("Zone2::Zone2(..)");
 	MIREL_ASSERT(pDt2!=0);
-	if(vConstraintGraphs.empty())
+	unsigned faults(argumentFaults(vConstraintGraphs, zoneLoc, ZK_GRAPHS));
+	if(faults & AF_EMPTY)
 	{
 		sendError(place, "vConstraintGraphs is empty");
 		MIREL_ASSERT(!vConstraintGraphs.empty());
 	}
-	for(ConstraintGraph2* pGraph : vConstraintGraphs)
+	if(faults & (AF_NULL_GRAPH | AF_NOT_ORIENTED))
 	{
-		if(pGraph == nullptr || !pGraph->isOriented())
-		{
-			sendError(place, "One of the ConstraintGraphs is not oriented!");
-			MIREL_ASSERT(pGraph!=0 && pGraph->isOriented());
-		}
+		sendError(place, "One of the ConstraintGraphs is not oriented!");
+		for(ConstraintGraph2* pGraph : vConstraintGraphs) MIREL_ASSERT(pGraph!=0 && pGraph->isOriented());
 	}
-	if(zoneLoc != ZL_INSIDE && zoneLoc != ZL_OUTSIDE)
+	if(faults & AF_LOCATION)
 	{
 		sendError(place, "ZoneLocation for this constructor must be ZL_INSIDE or ZL_OUTSIDE!");
 		MIREL_ASSERT(zoneLoc==ZL_INSIDE || zoneLoc==ZL_OUTSIDE);
@@ -560,7 +579,7 @@ void Zone2::statistics(const char* statName) const
 	oss << "Number of triangles: " << vT.size() << "\n\n";
 	oss << "INTERIOR ANGLES\n";
 	interior.print(oss);
-	std::cout << oss.str() << std::flush;
+	sendRawText(oss.str());
 	analyzeAngles(statName);
 }
 
@@ -584,7 +603,7 @@ void Zone2::analyzeAngles(const char* name) const
 	std::ostringstream oss;
 	oss << "\nDIHEDRAL ANGLES (" << (name == nullptr ? "" : name) << ")\n";
 	dihedral.print(oss);
-	std::cout << oss.str() << std::flush;
+	sendRawText(oss.str());
 }
 
 void Zone2::show(const char* postscriptFilename, bool bShowFull) const
@@ -651,7 +670,9 @@ Zone2* makeResultZone(Zone2* pZone0, Zone2* pZone1, ZoneLocation resultLoc, cons
 
 void printZoneFigures(const std::vector<Triangle2*>& vT, const Zone2* pZone)
 {
-	std::cout << " numT=" << vT.size() << " area2D=" << pZone->getArea2D() << " area25D=" << pZone->getArea25D() << std::endl;
+	std::ostringstream oss;
+	oss << " numT=" << vT.size() << " area2D=" << pZone->getArea2D() << " area25D=" << pZone->getArea25D() << "\n";
+	sendRawText(oss.str());
 }
 
 } // namespace
@@ -690,7 +711,7 @@ Zone2* peelOffIf(Zone2* pZone, UserPredicateT* pPredicate, bool bVerbose)
 	pZone->getTriangles(vT);
 	if(bVerbose)
 	{
-		std::cout << "\nZone2::peelOffIf(), original Zone:";
+		sendRawText("\nZone2::peelOffIf(), original Zone:");
 		printZoneFigures(vT, pZone);
 	}
 	if(vT.empty())
@@ -728,7 +749,7 @@ Zone2* peelOffIf(Zone2* pZone, UserPredicateT* pPredicate, bool bVerbose)
 	{
 		std::vector<Triangle2*> vResultT;
 		pResult->getTriangles(vResultT);
-		std::cout << "Output Zone:";
+		sendRawText("Output Zone:");
 		printZoneFigures(vResultT, pResult);
 	}
 	return pResult;

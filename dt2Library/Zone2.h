@@ -85,6 +85,24 @@ public:
 	void unsubscribe(MsgType msgType, MsgBase* pListener);
 
 	// ---- Internal: zones are made and destroyed by Dt2 ----
+	// The argument rules of zone creation, in one place: the triangulation
+	// answers a fault with a warning and null, a constructor with an error and
+	// the assertion banner. argumentFaults returns the ArgumentFault bits of
+	// graphs and location for a zone of the given kind.
+	enum ArgumentFault : unsigned
+	{
+		AF_EMPTY = 1,        // no graph where one is needed
+		AF_NULL_GRAPH = 2,   // a null graph
+		AF_LOCATION = 4,     // a location this kind of zone does not take
+		AF_NOT_ORIENTED = 8  // a graph that is not oriented
+	};
+	enum ZoneKind
+	{
+		ZK_ONE_GRAPH, // ZL_INSIDE, ZL_OUTSIDE or ZL_BOUNDED of one oriented graph
+		ZK_GRAPHS,    // ZL_INSIDE or ZL_OUTSIDE of oriented graphs
+		ZK_GROW       // ZL_GROW; the graphs are barriers only
+	};
+	static unsigned argumentFaults(const std::vector<ConstraintGraph2*>& vGraphs, ZoneLocation loc, ZoneKind kind);
 	// ZL_GLOBAL and the result locations.
 	Zone2(Dt2* pDt2_, ZoneLocation zoneLoc_);
 	// ZL_INSIDE, ZL_OUTSIDE, ZL_BOUNDED bounded by one oriented graph.

@@ -87,7 +87,7 @@ void writeBinaryPoint(std::ostream& out, const Point2& p)
 
 bool reportUnwritable(const char* filename)
 {
-	std::cout << filename << " can't be written" << std::endl;
+	sendRawText(std::string(filename) + " can't be written\n");
 	return false;
 }
 
@@ -98,7 +98,7 @@ bool readTextPoints(const char* filename, int numPerPoint, std::vector<Point2>& 
 	std::ifstream in(filename);
 	if(!in.is_open())
 	{
-		std::cout << filename << " is unreadable" << std::endl;
+		sendRawText(std::string(filename) + " is unreadable\n");
 		return false;
 	}
 	double coords[3] = {0.0, 0.0, 0.0};
@@ -137,13 +137,13 @@ bool readPointsBIN(const char* filename, std::vector<Point2>& vPoints)
 	std::ifstream in(filename, std::ios::in | std::ios::binary);
 	if(!in.is_open())
 	{
-		std::cout << filename << " can't be read" << std::endl;
+		sendRawText(std::string(filename) + " can't be read\n");
 		return false;
 	}
 	int32_t fileType(readRaw<int32_t>(in));
 	if(fileType != FILETYPE_POINTS_2D && fileType != FILETYPE_POINTS_3D)
 	{
-		std::cout << filename << " has wrong filetype " << fileType << ", expected: 30 or 20" << std::endl;
+		sendRawText(std::string(filename) + " has wrong filetype " + std::to_string(fileType) + ", expected: 30 or 20\n");
 		return false;
 	}
 	int64_t numPoints(readRaw<int64_t>(in));
@@ -157,13 +157,13 @@ bool readSegmentsBIN(const char* filename, std::vector<Segment2>& vSegments)
 	std::ifstream in(filename, std::ios::in | std::ios::binary);
 	if(!in.is_open())
 	{
-		std::cout << filename << " can't be read" << std::endl;
+		sendRawText(std::string(filename) + " can't be read\n");
 		return false;
 	}
 	int32_t fileType(readRaw<int32_t>(in));
 	if(fileType != FILETYPE_SEGMENTS_2D && fileType != FILETYPE_SEGMENTS_3D)
 	{
-		std::cout << filename << " has wrong file type: " << fileType << " instead of 31 or 21" << std::endl;
+		sendRawText(std::string(filename) + " has wrong file type: " + std::to_string(fileType) + " instead of 31 or 21\n");
 		return false;
 	}
 	int64_t numSegments(readRaw<int64_t>(in));
@@ -409,7 +409,7 @@ void generateRandomSurfacePoints(size_t numX, size_t numY, size_t numCenters, do
 
 	size_t firstNew(vSurfacePointsOut.size());
 	vSurfacePointsOut.reserve(firstNew + numX * numY);
-	double hMin(std::numeric_limits<double>::max()), hMax(-std::numeric_limits<double>::max());
+	double hMin(LARGEST_DOUBLE), hMax(-LARGEST_DOUBLE);
 	for(size_t iy = 0; iy < numY; ++iy)
 	{
 		double y(gridCoord(iy, numY, ymin, ymax));

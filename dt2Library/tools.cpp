@@ -21,6 +21,23 @@ void sendMessage(const std::string& place, const char* kind, const std::string& 
 }
 } // namespace
 
+void sendRawText(const std::string& text)
+{
+	std::lock_guard<std::mutex> lock(channelMutex());
+	std::cout << text << std::flush;
+}
+
+void sendRawErrorText(const std::string& text)
+{
+	std::lock_guard<std::mutex> lock(channelMutex());
+	std::cerr << text << std::flush;
+}
+
+void reportLoopCap(const std::string& place, const char* capName, size_t cap)
+{
+	sendError(place, std::string("loop cap ") + capName + " (" + std::to_string(cap) + " steps) reached");
+}
+
 MirelException::MirelException(const std::string& msg_) : msg(msg_) {}
 
 const char* MirelException::what() const noexcept

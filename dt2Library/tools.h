@@ -3,6 +3,7 @@
 // through these; nothing else in the library writes diagnostics.
 #include "MirelExportMacro.h"
 #include "MirelException.h"
+#include <cstddef>
 #include <string>
 
 namespace MIREL25D {
@@ -11,6 +12,17 @@ namespace MIREL25D {
 MIREL_API void sendWarning(const std::string& place, const std::string& text);
 // The same with ", ERROR: ".
 MIREL_API void sendError(const std::string& place, const std::string& text);
+
+// Raw diagnostic text (already formatted, line ends included) on standard
+// output or standard error, written whole under the channel's lock, so that
+// lines from worker threads never interleave. Every unit writes its raw
+// diagnostics through these two.
+MIREL_API void sendRawText(const std::string& text);
+MIREL_API void sendRawErrorText(const std::string& text);
+
+// A loop cap was reached: an error naming the loop and its cap, on the
+// channel; the caller's assertion follows with the banner.
+MIREL_API void reportLoopCap(const std::string& place, const char* capName, size_t cap);
 
 // Prints the banner, writes "MIREL_LOG.txt" and throws MirelException. The
 // macro below passes __FILE__ and __PRETTY_FUNCTION__; the banner cites the unit
@@ -25,10 +37,25 @@ MIREL_API std::string unitName(const char* sourceFile);
 
 } // namespace MIREL25D
 
+// The source file a banner cites. A unit split off from another defines
+// MIREL_BANNER_FILE (before its first include) as the file it came from, so
+// that its banners name the same unit as before.
+#ifndef MIREL_BANNER_FILE
+#define MIREL_BANNER_FILE __FILE__
+#endif
+
 // Checks of broken invariants, always on.
 #define MIREL_ASSERT(cond)                                                              \
 	do {                                                                                \
-		if(!(cond)) ::MIREL25D::assertionFailure(#cond, __FILE__, __LINE__, __PRETTY_FUNCTION__); \
+		if(!(cond)) ::MIREL25D::assertionFailure(#cond, MIREL_BANNER_FILE, __LINE__, __PRETTY_FUNCTION__); \
+	} while(0)
+
+// A check whose banner position is published (logs and support notes cite
+// "dt2Library/<unit>:<line>"): the banner keeps that unit and line wherever
+// the check stands in the source.
+#define MIREL_ASSERT_PINNED(cond, unitFile, pinnedLine)                                 \
+	do {                                                                                \
+		if(!(cond)) ::MIREL25D::assertionFailure(#cond, unitFile, pinnedLine, __PRETTY_FUNCTION__); \
 	} while(0)
 
 // The debug tier: per-step checks inside hot loops and index preconditions.
