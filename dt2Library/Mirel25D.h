@@ -1,5 +1,5 @@
 #pragma once
-// The library's public interface in one include.
+// The library's public interface in one include: every installed header.
 #include "tools.h"
 #include "freeFunctions.h"
 #include "MsgBase.h"
@@ -15,5 +15,8 @@
 #include "Label.h"
 #include "Visualizer2.h"
 #include "MirelExport.h"
+#include "ConstraintSegment2.h"
+#include "ConstraintGraph2.h"
+#include "SegmentChecker.h"
 #include "Zone2.h"
 #include "Mirel_2D.h"
