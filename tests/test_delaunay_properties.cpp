@@ -207,25 +207,6 @@ TEST(DelaunayProperties, RemovingHullVerticesAndAllButAFew)
 	}
 }
 
-TEST(DelaunayProperties, RemovingTheLastPointOffALineLeavesNoTriangle)
-{
-	Mirel_2D dt(10);
-	std::vector<Point2> v;
-	for(int i = 0; i < 6; ++i) v.push_back(Point2(i, 0, 0));
-	Point2* pApex(dt.insert(Point2(2.5, 1.0, 0)));
-	dt.insert(v);
-	ASSERT_EQ(dt.numberOfTriangles(), 5u);
-	dt.remove(pApex);
-	validate(dt, v);
-	// And the cocircular centre of a circle: degree 33, all candidates tie.
-	std::vector<Point2> vCircle(circlePoints(64, 2.0));
-	Mirel_2D dt2(10);
-	Point2* pCentre(dt2.insert(Point2(0, 0, 0)));
-	dt2.insert(vCircle);
-	dt2.remove(pCentre);
-	validate(dt2, vCircle);
-}
-
 TEST(DelaunayProperties, RemoveRejectsBadArgumentsAndLeavesTheMeshAlone)
 {
 	Mirel_2D dt(10);

@@ -11,6 +11,7 @@
 //   random N SEED LO HI            N uniform points in [LO, HI]^2
 //   grid NX NY STEP OFFSET         an NX x NY grid
 //   line N X0 Y0 DX DY             N points X0 + i*DX, Y0 + i*DY
+//   circle N SCALE                 N exactly cocircular points about the origin
 //   insert                         inserts the pending batch in one call
 //   single X Y Z                   one insertion on its own
 //   singles N SEED LO HI           N single insertions at integer places in [LO, HI]^2
@@ -87,6 +88,11 @@ struct ScriptRun
 			}
 			else if(cmd == "line" && ss >> n >> x >> y >> x1 >> y1)
 				for(int i = 0; i < n; ++i) vPending.emplace_back(x + i * x1, y + i * y1, double(i));
+			else if(cmd == "circle" && ss >> n >> x)
+			{
+				std::vector<Point2> v(mtest::circlePoints(size_t(n), x));
+				vPending.insert(vPending.end(), v.begin(), v.end());
+			}
 			else if(cmd == "insert") insertPending();
 			else if(cmd == "singles" && ss >> n >> m >> lo >> hi)
 			{
