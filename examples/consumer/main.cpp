@@ -5,6 +5,7 @@
 #include "Mirel25D.h"
 #include <cmath>
 #include <iostream>
+#include <set>
 #include <sstream>
 #include <utility>
 #include <vector>
@@ -71,9 +72,19 @@ int main()
 	std::ostringstream text;
 	text << circle << " " << Segment2(a, b);
 	check(!text.str().empty(), "Circle2 and Segment2 output");
-	std::vector<Point2> vRandom;
+	check(sqDistance2D(a, b) == 1.0 && sqDistance25D(a, c) == 1.0 && getExactHeight(a, b, c, 0.5, 0.25) == 0.0, "distances and heights");
+	std::set<Point2, Func_ltPointXYZ> sByXYZ{a, b, c, Point2(0, 0, 1)};
+	std::set<const Segment2*, Func_compareSegment> sSegments;
+	Segment2 ab(a, b);
+	sSegments.insert(&ab);
+	check(sByXYZ.size() == 4 && sSegments.size() == 1, "comparators");
+
+	// Generators and point files.
+	std::vector<Point2> vRandom, vReadBack;
 	generateRandomPoints(100, 0.0, 100.0, vRandom, 1);
 	check(vRandom.size() == 100, "generators");
+	check(writePointsASCII("consumer_points.xyz", vRandom) && readXYZ("consumer_points.xyz", vReadBack) && vReadBack.size() == 100, "point files");
+	sendWarning("consumer", "a warning through the library's message channel");
 
 	// Mesh navigation.
 	Point2* pCentre(dt.locate(Point2(40, 60, 0))->getCorner(0));
@@ -102,10 +113,17 @@ int main()
 	check(pGraph != nullptr && pGraph->isPolygon(), "ConstraintGraph2");
 	std::vector<ConstraintSegment2*> vPieces;
 	dt.getAliveConstraintSegments(vPieces);
-	check(vPieces.size() == 4 && vPieces[0]->isAlive(), "ConstraintSegment2");
+	std::set<ConstraintSegment2*, Func_ltConstraintSegment2> sPieces(vPieces.begin(), vPieces.end());
+	check(sPieces.size() == 4 && vPieces[0]->isAlive(), "ConstraintSegment2");
 	Zone2* pInside(dt.createZone(pGraph, ZL_INSIDE));
 	Zone2* pGlobal(dt.createZone(pGraph, ZL_GLOBAL));
 	Zone2* pOutside(zoneDifference(pGlobal, pInside));
+	Zone2* pUnion(zoneUnion(pInside, pOutside));
+	Zone2* pIntersection(zoneIntersection(pInside, pOutside));
+	Zone2* pSymmetric(zoneSymmetricDifference(pInside, pOutside));
+	check(pUnion != nullptr && pIntersection != nullptr && pSymmetric != nullptr && pIntersection->getNumberOfTriangles() == 0 &&
+			  pUnion->getNumberOfTriangles() == pGlobal->getNumberOfTriangles(),
+		"zone set operations");
 	TouchesLeftSide touchesLeftSide;
 	Zone2* pPeeled(peelOffIf(pInside, &touchesLeftSide));
 	check(pInside != nullptr && pOutside != nullptr && pPeeled != nullptr, "zones made");
