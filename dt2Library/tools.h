@@ -13,8 +13,9 @@ MIREL_API void sendWarning(const std::string& place, const std::string& text);
 MIREL_API void sendError(const std::string& place, const std::string& text);
 
 // Prints the banner, writes "MIREL_LOG.txt" and throws MirelException. The
-// macro below passes __FILE__ and __PRETTY_FUNCTION__; the banner cites the unit
-// as "dt2Library/<base name>" and the qualified function name without its
+// macro below passes __FILE__ and the compiler's decorated function name
+// (__PRETTY_FUNCTION__, or __FUNCSIG__ with MSVC); the banner cites the unit as
+// "dt2Library/<base name>" and the qualified function name without its
 // signature.
 [[noreturn]] MIREL_API void assertionFailure(const char* condition, const char* sourceFile, int line, const char* prettyFunction);
 
@@ -25,7 +26,13 @@ MIREL_API std::string unitName(const char* sourceFile);
 
 } // namespace MIREL25D
 
-#define MIREL_ASSERT(cond)                                                              \
-	do {                                                                                \
-		if(!(cond)) ::MIREL25D::assertionFailure(#cond, __FILE__, __LINE__, __PRETTY_FUNCTION__); \
+#if defined(_MSC_VER) && !defined(__clang__)
+#define MIREL_FUNCTION_SIGNATURE __FUNCSIG__
+#else
+#define MIREL_FUNCTION_SIGNATURE __PRETTY_FUNCTION__
+#endif
+
+#define MIREL_ASSERT(cond)                                                                         \
+	do {                                                                                           \
+		if(!(cond)) ::MIREL25D::assertionFailure(#cond, __FILE__, __LINE__, MIREL_FUNCTION_SIGNATURE); \
 	} while(0)

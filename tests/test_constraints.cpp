@@ -2,111 +2,12 @@
 #include "ConstraintMgr.h"
 #include "ConstraintSegment2.h"
 #include "Dt2.h"
-#include "Mirel_2D.h"
-#include "SegmentChecker.h"
+#include "test_support.h"
 #include "tools.h"
-#include <gtest/gtest.h>
-#include <cmath>
-#include <fstream>
-#include <sstream>
-#include <map>
-#include <memory>
-#include <random>
-#include <set>
 
 using namespace MIREL25D;
 
 namespace {
-
-// ---- Independent checks of a constrained triangulation ----
-
-std::vector<Triangle2*> collectTriangles(Point2* pAnyVertex)
-{
-	std::vector<Triangle2*> vT;
-	std::set<Triangle2*> sSeen;
-	Triangle2* pStart(pAnyVertex->getIncidentTriangle());
-	if(pStart == nullptr) return vT;
-	vT.push_back(pStart);
-	sSeen.insert(pStart);
-	for(size_t k = 0; k < vT.size(); ++k)
-	{
-		for(int i = 0; i < 3; ++i)
-		{
-			Triangle2* pN(vT[k]->getOppositeTriangle(i));
-			if(pN != nullptr && sSeen.insert(pN).second) vT.push_back(pN);
-		}
-	}
-	return vT;
-}
-
-// Counterclockwise triangles, mutual links over shared edges, valid incident
-// triangles. Returns the number of faults.
-int countTopologyFaults(const std::vector<Triangle2*>& vT)
-{
-	int faults(0);
-	for(Triangle2* pT : vT)
-	{
-		if(getOrientation2(pT->getCorner(0), pT->getCorner(1), pT->getCorner(2)) != ORIENTATION2_CCW) ++faults;
-		for(int i = 0; i < 3; ++i)
-		{
-			Point2* p(pT->getCorner(i));
-			if(p->getIncidentTriangle() == nullptr || !p->getIncidentTriangle()->hasVertex(p)) ++faults;
-			Triangle2* pN(pT->getOppositeTriangle(i));
-			if(pN == nullptr) continue;
-			int j(pN->getIntraTriangleIndex(pT));
-			if(pN->getOppositeTriangle(j) != pT) ++faults;
-			// Shared edge with reversed direction.
-			if(pN->getCorner(nextIndex(j)) != pT->getCorner(prevIndex(i)) || pN->getCorner(prevIndex(j)) != pT->getCorner(nextIndex(i))) ++faults;
-		}
-	}
-	return faults;
-}
-
-// Edges that fail the exact in-circle test; constraint edges are exempt when
-// bExemptConstraints (constrained Delaunay), checked too otherwise.
-int countNonDelaunayEdges(Dt2* pDt, const std::vector<Triangle2*>& vT, bool bExemptConstraints)
-{
-	int bad(0);
-	GeomTest* pGeom(pDt->getGeomTest());
-	for(Triangle2* pT : vT)
-	{
-		for(int i = 0; i < 3; ++i)
-		{
-			Triangle2* pN(pT->getOppositeTriangle(i));
-			if(pN == nullptr) continue;
-			if(bExemptConstraints && pDt->isConstraint(pT, i)) continue;
-			if(pGeom->circleInc3state(pT, pN->getCorner(pN->getIntraTriangleIndex(pT))) == CINC2_INCIRCLE) ++bad;
-		}
-	}
-	return bad;
-}
-
-bool isEdge(Dt2* pDt, Point2* a, Point2* b)
-{
-	ConstraintMgr* pMgr(pDt->getConstraintMgr());
-	return pMgr->findTriangleWithDirectedEdge(a, b) != nullptr || pMgr->findTriangleWithDirectedEdge(b, a) != nullptr;
-}
-
-// Pieces that are no edge, and pairs of pieces that cross or overlap (found by
-// the segment checker, independently of the mesh).
-void checkPieces(Dt2* pDt, int& numNotEdges, int& numCrossings)
-{
-	std::vector<ConstraintSegment2*> vAlive;
-	pDt->getAliveConstraintSegments(vAlive);
-	numNotEdges = 0;
-	std::vector<std::unique_ptr<Segment2> > vOwned;
-	std::vector<Segment2*> vSegs;
-	for(ConstraintSegment2* pCSeg : vAlive)
-	{
-		if(!isEdge(pDt, pCSeg->getSrc(), pCSeg->getTrg())) ++numNotEdges;
-		vOwned.emplace_back(new Segment2(*pCSeg->getSrc(), *pCSeg->getTrg()));
-		vSegs.push_back(vOwned.back().get());
-	}
-	SegmentChecker checker(vSegs);
-	std::vector<Segment2*> vIllegal;
-	checker.getIllegalSegments(false, vIllegal);
-	numCrossings = int(vIllegal.size());
-}
 
 // The alive leaves of each parent form one path from its one endpoint to the
 // other (checked on the split tree alone, without the direction flags). With
@@ -132,7 +33,7 @@ int countChainFaults(ConstraintGraph2* pGraph, bool bExactOnSegment)
 			{
 				for(Point2* p : {pLeaf->getSrc(), pLeaf->getTrg()})
 				{
-					if(getOrientation2(pParent->getSrc(), pParent->getTrg(), p) != ORIENTATION2_COLLINEAR) ++faults;
+					if(mtest::exactOrientation(*pParent->getSrc(), *pParent->getTrg(), *p) != 0) ++faults;
 					Point2 lo(std::min(*pParent->getSrc(), *pParent->getTrg())), hi(std::max(*pParent->getSrc(), *pParent->getTrg()));
 					if(*p < lo || hi < *p) ++faults;
 				}
@@ -184,37 +85,11 @@ int countDirectedChainFaults(ConstraintGraph2* pGraph)
 	return faults;
 }
 
-struct MeshReport
-{
-	int topologyFaults, nonDelaunay, notEdges, crossings;
-};
-
-MeshReport inspect(Dt2* pDt, Point2* pAnyVertex, bool bConstrainedDelaunay)
-{
-	MeshReport r;
-	std::vector<Triangle2*> vT(collectTriangles(pAnyVertex));
-	r.topologyFaults = countTopologyFaults(vT);
-	r.nonDelaunay = countNonDelaunayEdges(pDt, vT, bConstrainedDelaunay);
-	checkPieces(pDt, r.notEdges, r.crossings);
-	return r;
-}
-
-void expectValid(const MeshReport& r)
-{
-	EXPECT_EQ(r.topologyFaults, 0);
-	EXPECT_EQ(r.nonDelaunay, 0);
-	EXPECT_EQ(r.notEdges, 0);
-	EXPECT_EQ(r.crossings, 0);
-}
-
 // ---- Inputs ----
 
 std::vector<Point2> randomPoints(std::mt19937& rng, size_t n, double range)
 {
-	std::uniform_real_distribution<double> u(0.0, range);
-	std::vector<Point2> v;
-	for(size_t i = 0; i < n; ++i) v.emplace_back(u(rng), u(rng), u(rng));
-	return v;
+	return mtest::uniformPoints(rng, n, 0.0, range);
 }
 
 // Segments on an integer grid in the eight directions of 0, 45, 90 and 135
@@ -273,7 +148,7 @@ TEST(ConstraintInsertion, ConstrainedDelaunayOnOctilinearSegmentsIsExact)
 	{
 		std::mt19937 rng(seed);
 		Dt2 dt(1000);
-		Point2* pFrame(insertFrame(dt, -1, 41));
+		insertFrame(dt, -1, 41);
 		std::vector<Point2> vPoints(randomPoints(rng, 300, 40));
 		for(Point2& p : vPoints) p.setCoords(std::floor(p.x()), std::floor(p.y()), p.z()); // many on the segments
 		dt.insertVector(vPoints);
@@ -284,7 +159,7 @@ TEST(ConstraintInsertion, ConstrainedDelaunayOnOctilinearSegmentsIsExact)
 			vGraphs.push_back(dt.createConstraint(vSegs, CIS_CONSTRAINED_DELAUNAY, false));
 			ASSERT_NE(vGraphs.back(), nullptr);
 		}
-		expectValid(inspect(&dt, pFrame, true));
+		mtest::validateMesh(dt, mtest::EmptyCircles::exceptConstraints);
 		for(ConstraintGraph2* pGraph : vGraphs) EXPECT_EQ(countChainFaults(pGraph, true), 0);
 		std::vector<ConstraintSegment2*> vAll;
 		dt.getAliveAndDeadConstraintSegments(vAll);
@@ -298,7 +173,7 @@ TEST(ConstraintInsertion, ConstrainedDelaunayOnArbitraryCrossingSegments)
 {
 	std::mt19937 rng(11);
 	Dt2 dt(5000);
-	Point2* pFrame(insertFrame(dt, -1, 101));
+	insertFrame(dt, -1, 101);
 	dt.insertVector(randomPoints(rng, 2000, 100));
 	std::vector<Segment2> vSegs(randomSegments(rng, 1500, 100, 8));
 	// Some segments share end points or run through earlier end points.
@@ -311,7 +186,7 @@ TEST(ConstraintInsertion, ConstrainedDelaunayOnArbitraryCrossingSegments)
 	}
 	ConstraintGraph2* pGraph(dt.createConstraint(vSegs, CIS_CONSTRAINED_DELAUNAY, false));
 	ASSERT_NE(pGraph, nullptr);
-	expectValid(inspect(&dt, pFrame, true));
+	mtest::validateMesh(dt, mtest::EmptyCircles::exceptConstraints);
 	EXPECT_EQ(countChainFaults(pGraph, false), 0);
 }
 
@@ -321,7 +196,7 @@ TEST(ConstraintInsertion, ConformingStrategiesGiveDelaunayTriangulations)
 	{
 		std::mt19937 rng(21);
 		Dt2 dt(1000);
-		Point2* pFrame(insertFrame(dt, -1, 41));
+		insertFrame(dt, -1, 41);
 		dt.insertVector(randomPoints(rng, 200, 40));
 		std::vector<ConstraintGraph2*> vGraphs;
 		for(int batch = 0; batch < 2; ++batch)
@@ -329,7 +204,7 @@ TEST(ConstraintInsertion, ConformingStrategiesGiveDelaunayTriangulations)
 			std::vector<Segment2> vSegs(octilinearSegments(rng, 80, 40, 10));
 			vGraphs.push_back(dt.createConstraint(vSegs, cis, false));
 		}
-		expectValid(inspect(&dt, pFrame, false));
+		mtest::validateMesh(dt, mtest::EmptyCircles::everyEdge);
 		for(ConstraintGraph2* pGraph : vGraphs) EXPECT_EQ(countChainFaults(pGraph, true), 0);
 	}
 }
@@ -381,7 +256,7 @@ TEST(ConstraintInsertion, ConstraintEdgesSurviveLaterInsertions)
 {
 	std::mt19937 rng(5);
 	Dt2 dt(1000);
-	Point2* pFrame(insertFrame(dt, -1, 41));
+	insertFrame(dt, -1, 41);
 	dt.insertVector(randomPoints(rng, 200, 40));
 	std::vector<Segment2> vSegs(octilinearSegments(rng, 200, 40, 10));
 	ConstraintGraph2* pGraph(dt.createConstraint(vSegs, CIS_CONSTRAINED_DELAUNAY, false));
@@ -397,7 +272,7 @@ TEST(ConstraintInsertion, ConstraintEdgesSurviveLaterInsertions)
 	}
 	std::vector<Point2*> vLater;
 	dt.insertVector(randomPoints(rng, 2000, 40), vLater);
-	expectValid(inspect(&dt, pFrame, true));
+	mtest::validateMesh(dt, mtest::EmptyCircles::exceptConstraints);
 	EXPECT_EQ(countChainFaults(pGraph, true), 0);
 
 	// Removing vertices that are on no constraint keeps every piece an edge.
@@ -409,7 +284,7 @@ TEST(ConstraintInsertion, ConstraintEdgesSurviveLaterInsertions)
 		++numRemoved;
 	}
 	EXPECT_GT(numRemoved, 300u);
-	expectValid(inspect(&dt, pFrame, true));
+	mtest::validateMesh(dt, mtest::EmptyCircles::exceptConstraints);
 	EXPECT_EQ(countChainFaults(pGraph, true), 0);
 	// The library's own check agrees: constraint edges are exempt from the empty-circle test.
 	EXPECT_TRUE(dt.checkValidity(true, "constrained"));
@@ -598,8 +473,8 @@ TEST(ConstraintBookkeeping, ConstraintsBeforeAreaAreEstablishedLater)
 	flat.applyConstraintsAndZones();
 	std::vector<ConstraintSegment2*> vPieces;
 	pGraph->getChildConstraintSegments(vPieces);
-	for(ConstraintSegment2* pCSeg : vPieces) EXPECT_TRUE(isEdge(flat.getImpl(), pCSeg->getSrc(), pCSeg->getTrg()));
 	EXPECT_FALSE(vPieces.empty());
+	mtest::validateMesh(*flat.getImpl(), mtest::EmptyCircles::exceptConstraints);
 }
 
 TEST(ConstraintBookkeeping, VertexFilterFromTenThousandVertices)
@@ -667,9 +542,9 @@ TEST(ConstraintBookkeeping, SegmentLifecycleAndSplitTree)
 	for(size_t i = 0; i < 4; ++i)
 	{
 		EXPECT_TRUE(vPieces[i]->isAlive());
-		EXPECT_TRUE(isEdge(dt.getImpl(), vPieces[i]->getSrc(), vPieces[i]->getTrg()));
 		EXPECT_EQ(pGraph->isReverse(vPieces[i]) ? vPieces[i]->getSrc()->x() : vPieces[i]->getTrg()->x(), 2.0 * double(i + 1));
 	}
+	mtest::validateMesh(*dt.getImpl(), mtest::EmptyCircles::exceptConstraints);
 	testing::internal::CaptureStdout();
 	vLeaves[0]->getChildrenAndSplitPoint(pKid0, pKid1, pSplit);
 	std::ostringstream oss;
@@ -694,9 +569,7 @@ TEST(ConstraintBookkeeping, MakeDelaunaySplitsUntilPiecesAreDelaunay)
 	pGraph->getChildConstraintSegments(vPieces);
 	EXPECT_EQ(vPieces.size(), 1u);
 	EXPECT_TRUE(pGraph->makeDelaunay(0.001));
-	Point2* pAny(vPieces[0]->getSrc());
-	std::vector<Triangle2*> vT(collectTriangles(pAny));
-	EXPECT_EQ(countNonDelaunayEdges(dt.getImpl(), vT, false), 0);
+	mtest::validateMesh(*dt.getImpl(), mtest::EmptyCircles::everyEdge);
 	vPieces.clear();
 	pGraph->getChildConstraintSegments(vPieces);
 	EXPECT_GT(vPieces.size(), 1u);

@@ -207,35 +207,22 @@ TEST(MirelExport, EmptyAndCollinearTriangulations)
 	EXPECT_EQ(exLine.numTriangles, 0);
 }
 
+// OBJ files (six significant digits, 1-based corners; two coordinates per
+// vertex write z as 0), the printed record (no custom indices print -1) and
+// the writers' messages, all in one golden file.
 TEST(MirelExport, ObjAndPrintFormats)
 {
-	MirelExport ex;
+	MirelExport ex, ex2D;
 	fillRecord(ex, {0, 0, 0, 1.5, 0, 2, 1234567.891, 1, -0.25, 0, 3, 7}, {0, 1, 2, 0, 2, 3}, {10, -1, 12, 13}, 3);
-	testing::internal::CaptureStdout();
-	ASSERT_TRUE(ex.writeObj("export_format.obj"));
-	EXPECT_EQ(testing::internal::GetCapturedStdout(), "writing export_format.obj\n");
-	// Six significant digits, 1-based corners.
-	EXPECT_EQ(readFile("export_format.obj"), "# Written by Mirel2D\nv 0 0 0\nv 1.5 0 2\nv 1.23457e+06 1 -0.25\nv 0 3 7\nf 1 2 3\nf 1 3 4\n");
-
-	testing::internal::CaptureStdout();
-	ex.print();
-	EXPECT_EQ(testing::internal::GetCapturedStdout(),
-		"\nVertex 0 (customIndex=10): 0 0 0\nVertex 1 (customIndex=-1): 1.5 0 2\nVertex 2 (customIndex=12): 1.23457e+06 1 -0.25"
-		"\nVertex 3 (customIndex=13): 0 3 7\nTriangle 0: 0 1 2\nTriangle 1: 0 2 3\nTriangle 0 <-> Triangle 1\n");
-
-	// Two coordinates per vertex: z is written as 0; no custom indices print -1.
-	MirelExport ex2D;
 	fillRecord(ex2D, {0, 0, 4, 0, 0, 4}, {0, 1, 2}, {}, 2);
-	testing::internal::CaptureStdout();
-	ASSERT_TRUE(ex2D.writeObj("export_2d.obj"));
-	ex2D.print();
-	std::string out(testing::internal::GetCapturedStdout());
-	EXPECT_EQ(readFile("export_2d.obj"), "# Written by Mirel2D\nv 0 0 0\nv 4 0 0\nv 0 4 0\nf 1 2 3\n");
-	EXPECT_NE(out.find("\nVertex 1 (customIndex=-1): 4 0\n"), std::string::npos) << out;
-
-	testing::internal::CaptureStdout();
-	EXPECT_FALSE(ex.writeObj("no_such_folder/x.obj"));
-	EXPECT_EQ(testing::internal::GetCapturedStdout(), "Can't write no_such_folder/x.obj\n");
+	std::string out(mtest::captureStdout([&] {
+		EXPECT_TRUE(ex.writeObj("export_format.obj"));
+		ex.print();
+		EXPECT_TRUE(ex2D.writeObj("export_2d.obj"));
+		ex2D.print();
+		EXPECT_FALSE(ex.writeObj("no_such_folder/x.obj"));
+	}));
+	mtest::expectGolden("export_formats.txt", out + "--- export_format.obj\n" + readFile("export_format.obj") + "--- export_2d.obj\n" + readFile("export_2d.obj"));
 }
 
 TEST(MirelExport, RefusesARecordThatHoldsArrays)

@@ -25,16 +25,7 @@ template<class T> std::vector<T> joined(std::vector<T> a, const std::vector<T>& 
 
 TEST(Insert, CollinearPointsWaitForTheFirstTriangle)
 {
-	// Single points: three on a line give no triangle, a fourth off it makes all four vertices.
-	Mirel_2D dt;
-	std::vector<Point2> vSingles{Point2(0, 0, 1), Point2(2, 2, 2), Point2(1, 1, 3)};
-	for(const Point2& p : vSingles) dt.insert(p);
-	EXPECT_FALSE(dt.is2D());
-	validate(dt, vSingles);
-	vSingles.push_back(Point2(5, 0, 4));
-	ASSERT_NE(nullptr, dt.insert(vSingles.back()));
-	validate(dt, vSingles);
-
+	// (Single insertions on a line: tests/regression/collinear_start_then_area.txt.)
 	// A batch: many collinear points (with repeats) stay without triangles;
 	// the next batch with one point off the line triangulates all of them.
 	Mirel_2D dtBatch;

@@ -47,23 +47,6 @@ void validate(Mirel_2D& dt, const std::vector<Point2>& vPlaces)
 	}
 }
 
-using TriangleKey = std::array<std::pair<double, double>, 3>;
-
-std::set<TriangleKey> triangleSet(Mirel_2D& dt)
-{
-	std::vector<Triangle2*> vT;
-	dt.getTrianglePointers(vT);
-	std::set<TriangleKey> s;
-	for(Triangle2* pT : vT)
-	{
-		TriangleKey k;
-		for(int i = 0; i < 3; ++i) k[size_t(i)] = std::make_pair(pT->getCorner(i)->x(), pT->getCorner(i)->y());
-		std::sort(k.begin(), k.end());
-		s.insert(k);
-	}
-	return s;
-}
-
 // Handle i of both runs: same place, same height, same custom index (the
 // first copy's), and equal places share one vertex within a run.
 void compareHandles(const std::vector<Point2>& vPoints, const std::vector<Point2*>& vSeq, const std::vector<Point2*>& vPar)
@@ -97,30 +80,20 @@ void insertAndCompare(const std::vector<Point2>& vPoints, int numThreads, bool b
 	compareHandles(vPoints, vSeqHandles, vParHandles);
 	if(bSameTriangles)
 	{
-		ASSERT_TRUE(triangleSet(seq) == triangleSet(par)) << "triangles differ from sequential insertion";
+		ASSERT_TRUE(mtest::triangleKeys(seq) == mtest::triangleKeys(par)) << "triangles differ from sequential insertion";
 	}
 }
 
 std::vector<Point2> uniformPoints(unsigned seed, size_t n)
 {
 	std::mt19937 rng(seed);
-	std::uniform_real_distribution<double> d(-500.0, 1500.0);
-	std::vector<Point2> v;
-	v.reserve(n);
-	for(size_t i = 0; i < n; ++i)
-	{
-		v.push_back(Point2(d(rng), d(rng), double(i)));
-		v.back().setCustomIndex(int(i));
-	}
-	return v;
+	return mtest::uniformPoints(rng, n, -500.0, 1500.0);
 }
 
+// Not in scan order: the batch order must not matter.
 std::vector<Point2> gridPoints(int nx)
 {
-	std::vector<Point2> v;
-	for(int i = 0; i < nx; ++i)
-		for(int j = 0; j < nx; ++j) v.push_back(Point2(i, j, double(i * nx + j)));
-	// Not in scan order: the batch order must not matter.
+	std::vector<Point2> v(mtest::gridPoints(nx, nx, 1.0, 0.0));
 	std::shuffle(v.begin(), v.end(), std::mt19937(7));
 	return v;
 }
@@ -173,77 +146,6 @@ TEST_P(ParallelInsert, GridIsDelaunayWithSequentialVertices)
 TEST_P(ParallelInsert, ClustersWithDuplicates)
 {
 	insertAndCompare(clusteredPoints(11u + unsigned(GetParam()), 30000), GetParam(), false);
-}
-
-// A second batch lands in an existing triangulation, partly outside it; the
-// validator sees both batches and no fake corner.
-TEST_P(ParallelInsert, SecondBatchIntoExistingMesh)
-{
-	std::vector<Point2> vFirst(uniformPoints(21, 20000));
-	std::vector<Point2> vSecond(uniformPoints(22, 30000));
-	for(Point2& p : vSecond) p.setCoords(p.x() * 1.5 - 800.0, p.y() * 0.7 + 100.0, p.z());
-	vSecond.push_back(vFirst[17]); // an old place again
-	Mirel_2D dt;
-	dt.setNumCPU(GetParam());
-	dt.insert(vFirst);
-	std::vector<Point2*> vHandles;
-	dt.insert(vSecond, vHandles);
-	std::vector<Point2> vAll(vFirst);
-	vAll.insert(vAll.end(), vSecond.begin(), vSecond.end());
-	validate(dt, vAll);
-	ASSERT_EQ(vHandles.back()->z(), vFirst[17].z()); // the old vertex stays
-	ASSERT_EQ(dt.numberOfPoints(), vFirst.size() + vSecond.size() - 1);
-}
-
-TEST_P(ParallelInsert, BatchAfterCollinearPoints)
-{
-	Mirel_2D dt;
-	dt.setNumCPU(GetParam());
-	std::vector<Point2> vLine;
-	for(int i = 0; i < 50; ++i) vLine.push_back(Point2(i, 2 * i, 0.0));
-	dt.insert(vLine);
-	ASSERT_FALSE(dt.hasArea());
-	std::vector<Point2> vBatch(uniformPoints(5, 5000));
-	dt.insert(vBatch);
-	vBatch.insert(vBatch.end(), vLine.begin(), vLine.end());
-	validate(dt, vBatch);
-}
-
-// All points on one line: the batch takes the parallel path, and once the fake
-// box is gone nothing with an area is left.
-TEST_P(ParallelInsert, CollinearBatchHasNoTriangles)
-{
-	Mirel_2D dt;
-	dt.setNumCPU(GetParam());
-	std::vector<Point2> vLine;
-	for(int i = 0; i < 3000; ++i) vLine.push_back(Point2(0.5 * i, 100.0 - 0.25 * i, double(i)));
-	std::shuffle(vLine.begin(), vLine.end(), std::mt19937(3));
-	std::vector<Point2*> vHandles;
-	dt.insert(vLine, vHandles);
-	validate(dt, vLine);
-	ASSERT_FALSE(dt.hasArea());
-	ASSERT_EQ(dt.numberOfPoints(), vLine.size());
-	for(size_t i = 0; i < vLine.size(); ++i) ASSERT_EQ(vHandles[i]->z(), vLine[i].z());
-}
-
-// One place given many times: one vertex, the first height, no triangle; the
-// fake box around a single place is removed completely.
-TEST_P(ParallelInsert, OnePlaceManyTimes)
-{
-	std::vector<Point2> vPoints;
-	for(int i = 0; i < 2500; ++i) vPoints.push_back(Point2(3.25, -7.5, double(i)));
-	Mirel_2D dt;
-	dt.setNumCPU(GetParam());
-	std::vector<Point2*> vHandles;
-	dt.insert(vPoints, vHandles);
-	validate(dt, vPoints);
-	ASSERT_EQ(dt.numberOfPoints(), 1u);
-	ASSERT_FALSE(dt.hasArea());
-	for(Point2* pHandle : vHandles)
-	{
-		ASSERT_EQ(pHandle, vHandles[0]);
-		ASSERT_EQ(pHandle->z(), 0.0);
-	}
 }
 
 // The coordinate-array entry point takes the same path; handles in input order.
@@ -323,7 +225,7 @@ TEST_P(LargeBatch, SecondLargeBatchEqualsSequential)
 	validate(par, vAll);
 	if(HasFatalFailure()) return;
 	compareHandles(vSecond, vSeqHandles, vParHandles);
-	ASSERT_TRUE(triangleSet(seq) == triangleSet(par));
+	ASSERT_TRUE(mtest::triangleKeys(seq) == mtest::triangleKeys(par));
 }
 
 INSTANTIATE_TEST_SUITE_P(Big, LargeBatch, ::testing::Values(2, 4));

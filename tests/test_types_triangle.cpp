@@ -58,8 +58,8 @@ bool followsCCW(const Triangle2* t, const Triangle2* u, const Point2& center)
 {
 	Point2 ct(t->getBarycenter()), cu(u->getBarycenter());
 	double turn(std::atan2(cu.y() - center.y(), cu.x() - center.x()) - std::atan2(ct.y() - center.y(), ct.x() - center.x()));
-	if(turn < 0) turn += 2 * M_PI;
-	return turn > 0 && turn < M_PI;
+	if(turn < 0) turn += 2 * MIREL_PI;
+	return turn > 0 && turn < MIREL_PI;
 }
 
 void exactCircumcenter(const Point2& a, const Point2& b, const Point2& c, mpq_class& ux, mpq_class& uy)
@@ -257,13 +257,13 @@ TEST(Triangle2, NanAreaWarnsThenFailsWithBanner)
 TEST(Triangle2, DualOfWellShapedTrianglesMatchesExactCentre)
 {
 	std::mt19937_64 rng(23);
-	std::uniform_real_distribution<double> unit(-1, 1), angle(0, 2 * M_PI);
+	std::uniform_real_distribution<double> unit(-1, 1), angle(0, 2 * MIREL_PI);
 	for(int n = 0; n < 3000; ++n)
 	{
 		double scale(std::pow(10.0, 4 * unit(rng) - 1)), ox(1e5 * unit(rng)), oy(1e5 * unit(rng));
 		double start(angle(rng));
 		// three corners on a circle, at least 20 degrees apart: no tiny angle
-		double a0(start), a1(start + 0.35 + 2.5 * (unit(rng) + 1) / 2), a2(a1 + 0.35 + (2 * M_PI - 0.7 - (a1 - a0) - 0.35) * (unit(rng) + 1) / 2);
+		double a0(start), a1(start + 0.35 + 2.5 * (unit(rng) + 1) / 2), a2(a1 + 0.35 + (2 * MIREL_PI - 0.7 - (a1 - a0) - 0.35) * (unit(rng) + 1) / 2);
 		Point2 p0(ox + scale * std::cos(a0), oy + scale * std::sin(a0), unit(rng));
 		Point2 p1(ox + scale * std::cos(a1), oy + scale * std::sin(a1), unit(rng));
 		Point2 p2(ox + scale * std::cos(a2), oy + scale * std::sin(a2), unit(rng));
