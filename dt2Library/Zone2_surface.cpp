@@ -188,7 +188,7 @@ QueuedEdge queuedEdge(Triangle2* pT, int i)
 class ZoneFlipper
 {
 public:
-	ZoneFlipper(Dt2* pDt2_, const ZoneTriangles& zoneT_) : pDt2(pDt2_), pGeomTest(pDt2_->getGeomTest()), zoneT(zoneT_), minEdgeAngle(0.0), minNewAngle(0.0), numFlips(0) {}
+	ZoneFlipper(Dt2* pDt2_, const ZoneTriangles& zoneT_) : pDt2(pDt2_), pGeomTest(pDt2_->getGeomTest()), zoneT(zoneT_), minEdgeAngle(0.0), minNewAngle(0.0), bRecordChanges(false) {}
 
 	void setRestrictions(double minEdgeAngle_, double minNewAngle_)
 	{
@@ -238,7 +238,39 @@ public:
 	void flip(Triangle2* pT, int i)
 	{
 		flipDiagonal(pT, i);
-		++numFlips;
+		if(bRecordChanges)
+		{
+			vChangedT.push_back(pT);
+			vChangedT.push_back(pT->getOppositeTriangle(1));
+		}
+	}
+
+	// From now on every flip notes its two triangles.
+	void recordChanges()
+	{
+		bRecordChanges = true;
+		vChangedT.clear();
+	}
+
+	// The edges of the triangles changed since recordChanges and of their
+	// zone neighbours: where a pair of flips can gain anew. False if nothing
+	// changed.
+	bool takeChangedEdges(std::vector<QueuedEdge>& vOut)
+	{
+		vOut.clear();
+		std::sort(vChangedT.begin(), vChangedT.end());
+		vChangedT.erase(std::unique(vChangedT.begin(), vChangedT.end()), vChangedT.end());
+		for(Triangle2* pT : vChangedT)
+		{
+			queueNear(pT, vOut);
+			for(int i = 0; i < 3; ++i)
+			{
+				Triangle2* pN(pT->getOppositeTriangle(i));
+				if(zoneT.has(pN)) queueNear(pN, vOut);
+			}
+		}
+		vChangedT.clear();
+		return !vOut.empty();
 	}
 
 	// pT changed: the gains of its edges and of the other edges of its zone
@@ -329,16 +361,13 @@ public:
 		}
 	}
 
-	// One sweep over all edges: an edge whose flip alone does not gain is
-	// flipped together with the best follow-up flip of its new
-	// quadrilateral's border when both together gain; otherwise it is flipped
-	// back. Returns whether any pair was taken.
-	bool sweepPairs(std::vector<QueuedEdge>& vStack)
+	// One sweep over the candidate edges: an edge whose flip alone does not
+	// gain is flipped together with the best follow-up flip of its new
+	// quadrilateral's border when both together gain; otherwise it is
+	// flipped back. Gaining single flips are followed greedily.
+	void sweepPairs(const std::vector<QueuedEdge>& vCandidates, std::vector<QueuedEdge>& vStack)
 	{
-		std::vector<QueuedEdge> vEdges;
-		queueAll(vEdges);
-		bool bImproved(false);
-		for(const QueuedEdge& e : vEdges)
+		for(const QueuedEdge& e : vCandidates)
 		{
 			int i(edgeIndex(e.pT, e.a, e.b));
 			if(i < 0 || !canFlip(e.pT, i)) continue;
@@ -348,7 +377,6 @@ public:
 				flip(e.pT, i);
 				queueAround(e.pT, vStack);
 				runGreedy(vStack);
-				bImproved = true;
 				continue;
 			}
 			Triangle2* pA(e.pT);
@@ -370,24 +398,24 @@ public:
 			}
 			if(best >= 0 && firstGain + bestGain > MIN_GAIN)
 			{
-				numFlips += 1;
+				if(bRecordChanges)
+				{
+					vChangedT.push_back(pA);
+					vChangedT.push_back(pB);
+				}
 				Triangle2* pSecond(aBorder[best].first);
 				flip(pSecond, aBorder[best].second);
 				queueNear(pA, vStack);
 				queueNear(pB, vStack);
 				queueNear(pSecond->getOppositeTriangle(1), vStack);
 				runGreedy(vStack);
-				bImproved = true;
 			}
 			else
 			{
 				flipDiagonal(pA, 1); // back to the original diagonal
 			}
 		}
-		return bImproved;
 	}
-
-	size_t getNumFlips() const { return numFlips; }
 
 private:
 	Dt2* pDt2;
@@ -395,7 +423,8 @@ private:
 	const ZoneTriangles& zoneT;
 	double minEdgeAngle; // radians; edges flatter than this stay
 	double minNewAngle; // radians; smallest interior angle a flip may create
-	size_t numFlips;
+	bool bRecordChanges;
+	std::vector<Triangle2*> vChangedT; // triangles changed by flips since recordChanges
 };
 
 // The counterclockwise ring of neighbours of v, when every triangle around
@@ -549,9 +578,15 @@ bool Zone2::slopeValleyRidgeOptimization(OptimizationMode optimizationMode)
 	flipper.runBestFirst();
 	if(optimizationMode == OM_LOOKAHEAD)
 	{
-		while(flipper.sweepPairs(vStack))
+		// The first sweep looks at every edge, later ones only where the
+		// previous sweep changed something: elsewhere no pair gains.
+		std::vector<QueuedEdge> vCandidates;
+		flipper.queueAll(vCandidates);
+		do
 		{
-		}
+			flipper.recordChanges();
+			flipper.sweepPairs(vCandidates, vStack);
+		} while(flipper.takeChangedEdges(vCandidates));
 	}
 	return true;
 }

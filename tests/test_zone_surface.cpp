@@ -310,8 +310,13 @@ TEST(ZoneSurface, SmoothingKeepsTheVolumeOfDomeAndCone)
 			return v;
 		};
 		long double before(volume());
-		ASSERT_TRUE(pZone->smoothing(10));
-		EXPECT_NEAR(double(volume() / before), 1.0, 0.01) << (shape == 0 ? "dome" : "cone");
+		std::map<Point2*, XYZ> mBefore(snapshotVertices(dt));
+		ASSERT_TRUE(pZone->smoothing(30));
+		// Plain Laplacian steps lose 0.2 % (dome) and 0.7 % (cone) here.
+		EXPECT_NEAR(double(volume() / before), 1.0, 1.5e-3) << (shape == 0 ? "dome" : "cone");
+		double maxChange(0.0);
+		for(const auto& entry : mBefore) maxChange = std::max(maxChange, std::fabs(entry.first->z() - std::get<2>(entry.second)));
+		EXPECT_GT(maxChange, shape == 0 ? 1e-5 : 1e-2) << "the crease of the cone is rounded";
 		validate(dt, vPoints);
 	}
 }
@@ -359,7 +364,14 @@ TEST(ZoneSurface, FlipsFollowTheRidgeAndKeepTheMeshValid)
 			Point2* b(vHandles[size_t((i + 1) * n + i + 1)]);
 			EXPECT_TRUE(dt.getAdjacentTriangle(a, b) != nullptr) << "ridge not followed at " << i;
 		}
-		// A later insertion re-legalises around the new vertex and leaves a valid mesh.
+		// A later removal and insertion work on the non-Delaunay zone: removal
+		// fills each hole validly, insertion re-legalises around the new vertex.
+		for(int k = 0; k < 20; ++k)
+		{
+			Point2* pVtx(vHandles[size_t((5 + k % 10) * n + 6 + k / 2)]);
+			if(dt.isConstraint(pVtx)) continue;
+			dt.remove(pVtx);
+		}
 		std::mt19937 rng(7);
 		std::uniform_real_distribution<double> coord(0.0, 25.0);
 		std::vector<Point2> vMore;
