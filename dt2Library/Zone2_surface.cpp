@@ -10,6 +10,7 @@
 #include "tools.h"
 #include <algorithm>
 #include <cmath>
+#include <limits>
 #include <sstream>
 #include <utility>
 #include <vector>
@@ -23,6 +24,8 @@ namespace {
 // triangles, so requiring a margin far above the rounding of a sum of ten
 // such terms makes the true sum fall strictly with every flip: no cycles.
 const double MIN_GAIN(1e-12);
+// The gain of a flip that the caller's thresholds forbid.
+const double FORBIDDEN(-std::numeric_limits<double>::infinity());
 
 // Zone membership by binary search in the zone's triangles (address order).
 class ZoneTriangles
@@ -83,6 +86,13 @@ double normalAngle(const UnitNormal& n, const UnitNormal& m)
 {
 	double cx(n.y * m.z - n.z * m.y), cy(n.z * m.x - n.x * m.z), cz(n.x * m.y - n.y * m.x);
 	return std::atan2(std::sqrt(cx * cx + cy * cy + cz * cz), n.x * m.x + n.y * m.y + n.z * m.z);
+}
+
+bool isEmptyZone(const ZoneTriangles& zoneT, const char* place)
+{
+	if(!zoneT.empty()) return false;
+	sendWarning(place, "The zone has no triangles, nothing done");
+	return true;
 }
 
 // The normal angle at the border of a quadrilateral: zero where the outer
@@ -212,7 +222,7 @@ public:
 
 	// How much flipping edge i of pT lowers the summed normal angles of the
 	// five edges of its quadrilateral (negative: it raises them). With
-	// restrictions, a flip they forbid has no gain at all.
+	// restrictions, a flip they forbid never gains.
 	double flipGain(Triangle2* pT, int i) const
 	{
 		Triangle2* pN(pT->getOppositeTriangle(i));
@@ -223,8 +233,8 @@ public:
 		Point2* d(pN->getCorner(j));
 		UnitNormal nT(unitNormal(pT)), nN(unitNormal(pN));
 		double before(normalAngle(nT, nN));
-		if(before < minEdgeAngle) return -1.0;
-		if(minNewAngle > 0.0 && (minInteriorAngle(ci, ci1, d) < minNewAngle || minInteriorAngle(ci, d, ci2) < minNewAngle)) return -1.0;
+		if(before < minEdgeAngle) return FORBIDDEN;
+		if(minNewAngle > 0.0 && (minInteriorAngle(ci, ci1, d) < minNewAngle || minInteriorAngle(ci, d, ci2) < minNewAngle)) return FORBIDDEN;
 		Triangle2* pOutCiCi1(pT->getOppositeTriangle(prevIndex(i)));
 		Triangle2* pOutCi2Ci(pT->getOppositeTriangle(nextIndex(i)));
 		Triangle2* pOutCi1D(pN->getOppositeTriangle(nextIndex(j)));
@@ -384,7 +394,7 @@ public:
 			Triangle2* pB(pA->getOppositeTriangle(1));
 			// The four border edges of the quadrilateral: edges 0, 2 of a, 0, 1 of b.
 			std::pair<Triangle2*, int> aBorder[4] = {{pA, 0}, {pA, 2}, {pB, 0}, {pB, 1}};
-			double bestGain(-1.0);
+			double bestGain(FORBIDDEN);
 			int best(-1);
 			for(int k = 0; k < 4; ++k)
 			{
@@ -479,7 +489,7 @@ bool Zone2::smoothing(int numIterations)
 		return false;
 	}
 	ZoneTriangles zoneT(this);
-	if(zoneT.empty()) return false;
+	if(isEmptyZone(zoneT, place)) return false;
 	if(numIterations == 0) return true;
 
 	// Cotangent weights of each movable vertex's edges: they reproduce linear
@@ -566,7 +576,7 @@ bool Zone2::slopeValleyRidgeOptimization(OptimizationMode optimizationMode)
 		return false;
 	}
 	ZoneTriangles zoneT(this);
-	if(zoneT.empty()) return false;
+	if(isEmptyZone(zoneT, place)) return false;
 	ZoneFlipper flipper(pDt2, zoneT);
 	std::vector<QueuedEdge> vStack;
 	if(optimizationMode == OM_FAST)
@@ -600,7 +610,7 @@ bool Zone2::optimizeValleysAndRidges(double minEdgeAngleDeg, double minInteriorA
 		return false;
 	}
 	ZoneTriangles zoneT(this);
-	if(zoneT.empty()) return false;
+	if(isEmptyZone(zoneT, place)) return false;
 	ZoneFlipper flipper(pDt2, zoneT);
 	flipper.setRestrictions(minEdgeAngleDeg * M_PI / 180.0, minInteriorAngleDeg * M_PI / 180.0);
 	std::vector<QueuedEdge> vStack;
@@ -689,7 +699,7 @@ bool Zone2::unifyGrid(double tolerance)
 		return false;
 	}
 	ZoneTriangles zoneT(this);
-	if(zoneT.empty()) return false;
+	if(isEmptyZone(zoneT, place)) return false;
 
 	std::vector<Point2*> vAll, vMovable, vRing;
 	std::vector<Triangle2*> vFan;

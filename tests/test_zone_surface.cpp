@@ -530,6 +530,17 @@ TEST(ZoneSurface, BadArgumentsChangeNothing)
 	EXPECT_TRUE(cornerSets(scene.dt) == topoBefore);
 	EXPECT_TRUE(pZone->smoothing(0));
 	EXPECT_TRUE(snapshotVertices(scene.dt) == mBefore);
+	// A zone without triangles.
+	Zone2* pEmpty(zoneIntersection(pZone, scene.dt.createZone(scene.pZone->getConstraintGraph(), ZL_OUTSIDE, false)));
+	ASSERT_NE(pEmpty, nullptr);
+	ASSERT_EQ(pEmpty->getNumberOfTriangles(), 0u);
+	out = captureStdout([&]() {
+		EXPECT_FALSE(pEmpty->smoothing(3));
+		EXPECT_FALSE(pEmpty->slopeValleyRidgeOptimization(OM_FAST));
+		EXPECT_FALSE(pEmpty->optimizeValleysAndRidges(1.0, 1.0));
+		EXPECT_FALSE(pEmpty->unifyGrid(0.1));
+	});
+	EXPECT_EQ(countOf(out, "The zone has no triangles"), 4u) << out;
 }
 
 // The statistics of a ridge terrain before and the dihedral angles after
