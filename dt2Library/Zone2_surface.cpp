@@ -208,7 +208,8 @@ public:
 
 	// Edge i of pT may be flipped: both triangles in the zone, no constraint,
 	// and the quadrilateral strictly convex, so both new triangles are
-	// counterclockwise.
+	// counterclockwise. (A zone's border consists of constraint edges and hull
+	// edges, so the membership test only guards the outside should that change.)
 	bool canFlip(Triangle2* pT, int i) const
 	{
 		Triangle2* pN(pT->getOppositeTriangle(i));
