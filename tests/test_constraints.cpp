@@ -142,70 +142,47 @@ Point2* insertFrame(Dt2& dt, double lo, double hi)
 
 // ---- Constrained insertion ----
 
-TEST(ConstraintInsertion, ConstrainedDelaunayOnOctilinearSegmentsIsExact)
+// Each strategy on octilinear segments (every crossing exact: the pieces lie
+// exactly on their input segment) over integer points, many of them on the
+// segments; constrained Delaunay also on arbitrary segments, whose crossings
+// round, with shared end points and near-collinear overlaps.
+TEST(ConstraintInsertion, EveryStrategyKeepsItsInvariants)
 {
-	for(unsigned seed : {1u, 2u, 3u})
+	for(int kind = 0; kind < 4; ++kind)
 	{
-		std::mt19937 rng(seed);
-		Dt2 dt(1000);
-		insertFrame(dt, -1, 41);
-		std::vector<Point2> vPoints(randomPoints(rng, 300, 40));
-		for(Point2& p : vPoints) p.setCoords(std::floor(p.x()), std::floor(p.y()), p.z()); // many on the segments
+		SCOPED_TRACE(kind);
+		const bool bArbitrary(kind == 3);
+		const ConstraintInsertionStrategy cis(kind == 1 ? CIS_CONFORMING_SEGMENT_HEIGHT : (kind == 2 ? CIS_CONFORMING_SURFACE_HEIGHT : CIS_CONSTRAINED_DELAUNAY));
+		std::mt19937 rng(unsigned(kind) + 1);
+		Dt2 dt(5000);
+		insertFrame(dt, -1, bArbitrary ? 101 : 41);
+		std::vector<Point2> vPoints(randomPoints(rng, bArbitrary ? 2000 : 300, bArbitrary ? 100 : 40));
+		if(!bArbitrary)
+			for(Point2& p : vPoints) p.setCoords(std::floor(p.x()), std::floor(p.y()), p.z());
 		dt.insertVector(vPoints);
 		std::vector<ConstraintGraph2*> vGraphs;
-		for(int batch = 0; batch < 3; ++batch)
+		for(int batch = 0; batch < (bArbitrary ? 1 : 3); ++batch)
 		{
-			std::vector<Segment2> vSegs(octilinearSegments(rng, 150, 40, 12));
-			vGraphs.push_back(dt.createConstraint(vSegs, CIS_CONSTRAINED_DELAUNAY, false));
+			std::vector<Segment2> vSegs(bArbitrary ? randomSegments(rng, 1500, 100, 8) : octilinearSegments(rng, 150, 40, 12));
+			if(bArbitrary)
+			{
+				for(size_t i = 0; i + 1 < vSegs.size(); i += 7) vSegs[i + 1] = Segment2(vSegs[i].getTrg(), vSegs[i + 1].getTrg());
+				for(size_t i = 3; i < vSegs.size(); i += 11)
+				{
+					Point2 a(vSegs[i - 3].getSrc()), b(vSegs[i - 3].getTrg());
+					vSegs[i] = Segment2(a, Point2(a.x() + 0.5 * (b.x() - a.x()), a.y() + 0.5 * (b.y() - a.y()), 0));
+				}
+			}
+			vGraphs.push_back(dt.createConstraint(vSegs, cis, false));
 			ASSERT_NE(vGraphs.back(), nullptr);
 		}
-		mtest::validateMesh(dt, mtest::EmptyCircles::exceptConstraints);
-		for(ConstraintGraph2* pGraph : vGraphs) EXPECT_EQ(countChainFaults(pGraph, true), 0);
+		mtest::validateMesh(dt, cis == CIS_CONSTRAINED_DELAUNAY ? mtest::EmptyCircles::exceptConstraints : mtest::EmptyCircles::everyEdge);
+		for(ConstraintGraph2* pGraph : vGraphs) EXPECT_EQ(countChainFaults(pGraph, !bArbitrary), 0);
 		std::vector<ConstraintSegment2*> vAll;
 		dt.getAliveAndDeadConstraintSegments(vAll);
 		size_t numDead(0);
 		for(ConstraintSegment2* pCSeg : vAll) numDead += pCSeg->isAlive() ? 0 : 1;
 		EXPECT_GT(numDead, 100u) << "the input must really cross";
-	}
-}
-
-TEST(ConstraintInsertion, ConstrainedDelaunayOnArbitraryCrossingSegments)
-{
-	std::mt19937 rng(11);
-	Dt2 dt(5000);
-	insertFrame(dt, -1, 101);
-	dt.insertVector(randomPoints(rng, 2000, 100));
-	std::vector<Segment2> vSegs(randomSegments(rng, 1500, 100, 8));
-	// Some segments share end points or run through earlier end points.
-	for(size_t i = 0; i + 1 < vSegs.size(); i += 7) vSegs[i + 1] = Segment2(vSegs[i].getTrg(), vSegs[i + 1].getTrg());
-	for(size_t i = 3; i < vSegs.size(); i += 11)
-	{
-		Point2 a(vSegs[i - 3].getSrc()), b(vSegs[i - 3].getTrg());
-		Point2 mid(a.x() + 0.5 * (b.x() - a.x()), a.y() + 0.5 * (b.y() - a.y()), 0);
-		vSegs[i] = Segment2(a, mid); // collinear overlap, or close to it after rounding
-	}
-	ConstraintGraph2* pGraph(dt.createConstraint(vSegs, CIS_CONSTRAINED_DELAUNAY, false));
-	ASSERT_NE(pGraph, nullptr);
-	mtest::validateMesh(dt, mtest::EmptyCircles::exceptConstraints);
-	EXPECT_EQ(countChainFaults(pGraph, false), 0);
-}
-
-TEST(ConstraintInsertion, ConformingStrategiesGiveDelaunayTriangulations)
-{
-	for(ConstraintInsertionStrategy cis : {CIS_CONFORMING_SEGMENT_HEIGHT, CIS_CONFORMING_SURFACE_HEIGHT})
-	{
-		std::mt19937 rng(21);
-		Dt2 dt(1000);
-		insertFrame(dt, -1, 41);
-		dt.insertVector(randomPoints(rng, 200, 40));
-		std::vector<ConstraintGraph2*> vGraphs;
-		for(int batch = 0; batch < 2; ++batch)
-		{
-			std::vector<Segment2> vSegs(octilinearSegments(rng, 80, 40, 10));
-			vGraphs.push_back(dt.createConstraint(vSegs, cis, false));
-		}
-		mtest::validateMesh(dt, mtest::EmptyCircles::everyEdge);
-		for(ConstraintGraph2* pGraph : vGraphs) EXPECT_EQ(countChainFaults(pGraph, true), 0);
 	}
 }
 
@@ -292,7 +269,7 @@ TEST(ConstraintInsertion, ConstraintEdgesSurviveLaterInsertions)
 
 // ---- Bookkeeping ----
 
-TEST(ConstraintBookkeeping, CrossingSegmentsSplitIntoFourAliveHalves)
+TEST(ConstraintBookkeeping, CrossingSegmentsSplitIntoFourAliveHalvesAndWrite)
 {
 	Mirel_2D dt(100);
 	std::vector<Segment2> vSegs{Segment2(Point2(0, 0, 0), Point2(2, 2, 2)), Segment2(Point2(0, 2, 4), Point2(2, 0, 0))};
@@ -333,6 +310,26 @@ TEST(ConstraintBookkeeping, CrossingSegmentsSplitIntoFourAliveHalves)
 	EXPECT_EQ(dt.numberOfPoints(), numPoints);
 	EXPECT_TRUE(dt.isConstraint(pCross));
 	EXPECT_TRUE(dt.checkValidity(true, "constraintVertexKept"));
+
+	// The files: text pieces in the user's direction (the first from (0, 0, 0)
+	// to the crossing), the binary count, and the drawing.
+	pGraph->show("cons_graph.ps");
+	EXPECT_TRUE(std::ifstream("cons_graph.ps").good());
+	ConstraintMgr* pMgr(dt.getImpl()->getConstraintMgr());
+	out = mtest::captureStdout([&] {
+		EXPECT_TRUE(pMgr->writeConstraints("cons_test"));
+		EXPECT_TRUE(pMgr->writeConstraintsBIN("cons_test"));
+	});
+	EXPECT_NE(out.find("writes 4 child segments to cons_test_c0.con"), std::string::npos);
+	std::ifstream in("cons_test_c0.con");
+	std::vector<double> v;
+	for(double d; in >> d;) v.push_back(d);
+	ASSERT_EQ(v.size(), 24u);
+	EXPECT_TRUE(v[0] == 0.0 && v[3] == 1.0 && v[4] == 1.0);
+	std::ifstream bin("cons_test_con.bin", std::ios::binary);
+	uint64_t n(0);
+	bin.read(reinterpret_cast<char*>(&n), sizeof(n));
+	EXPECT_EQ(n, 4u);
 }
 
 TEST(ConstraintBookkeeping, SegmentThroughVertexSplitsThereWithoutNewVertex)
@@ -573,36 +570,6 @@ TEST(ConstraintBookkeeping, MakeDelaunaySplitsUntilPiecesAreDelaunay)
 	vPieces.clear();
 	pGraph->getChildConstraintSegments(vPieces);
 	EXPECT_GT(vPieces.size(), 1u);
-}
-
-TEST(ConstraintBookkeeping, WriteConstraintFiles)
-{
-	Mirel_2D dt(100);
-	dt.insert(Point2(1, -3, 0));
-	std::vector<Segment2> vSegs{Segment2(Point2(0, 0, 0), Point2(2, 2, 2)), Segment2(Point2(0, 2, 4), Point2(2, 0, 0))};
-	ConstraintGraph2* pGraph(dt.createConstraint(vSegs, CIS_CONSTRAINED_DELAUNAY, false));
-	pGraph->show("cons_graph.ps");
-	std::ifstream ps("cons_graph.ps");
-	EXPECT_TRUE(ps.good());
-	ConstraintMgr* pMgr(dt.getImpl()->getConstraintMgr());
-	testing::internal::CaptureStdout();
-	EXPECT_TRUE(pMgr->writeConstraints("cons_test"));
-	EXPECT_TRUE(pMgr->writeConstraintsBIN("cons_test"));
-	std::string out(testing::internal::GetCapturedStdout());
-	EXPECT_NE(out.find("writes 4 child segments to cons_test_c0.con"), std::string::npos);
-	std::ifstream in("cons_test_c0.con");
-	std::vector<double> v;
-	double d;
-	while(in >> d) v.push_back(d);
-	ASSERT_EQ(v.size(), 24u);
-	// In the user's direction: the first piece starts at (0, 0, 0) and ends at the crossing.
-	EXPECT_EQ(v[0], 0.0);
-	EXPECT_EQ(v[3], 1.0);
-	EXPECT_EQ(v[4], 1.0);
-	std::ifstream bin("cons_test_con.bin", std::ios::binary);
-	uint64_t n(0);
-	bin.read(reinterpret_cast<char*>(&n), sizeof(n));
-	EXPECT_EQ(n, 4u);
 }
 
 TEST(ConstraintBookkeeping, EstablishingReportsProgress)

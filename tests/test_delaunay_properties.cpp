@@ -22,13 +22,6 @@ void triangulateAndValidate(const std::vector<Point2>& vPoints)
 
 // ---------------------------------------------------------------------------
 
-TEST(DelaunayProperties, RandomBatches)
-{
-	std::mt19937 rng(11);
-	for(size_t n : {3u, 4u, 10u, 100u, 2000u}) triangulateAndValidate(uniformPoints(rng, n, 0.0, 1.0));
-	triangulateAndValidate(clusteredPoints(rng, 2000));
-}
-
 // One sweep over the coordinate scales callers use, 1e-9 to 1e9: random and
 // gridded batches, near the origin and far from it (large offset, small spread),
 // then removal of every third vertex.
@@ -61,9 +54,11 @@ TEST(DelaunayProperties, ScaleSweepFromOneBillionthToOneBillion)
 	}
 }
 
-TEST(DelaunayProperties, DegenerateBatches)
+TEST(DelaunayProperties, RandomAndDegenerateBatches)
 {
 	std::mt19937 rng(12);
+	for(size_t n : {3u, 4u, 10u, 2000u}) triangulateAndValidate(uniformPoints(rng, n, 0.0, 1.0));
+	triangulateAndValidate(clusteredPoints(rng, 2000));
 	triangulateAndValidate(gridPoints(30, 30, 1.0, 0.0));
 	triangulateAndValidate(circlePoints(64, 1.0));
 	{
@@ -77,36 +72,6 @@ TEST(DelaunayProperties, DegenerateBatches)
 	// All collinear, then all at one place: no triangle.
 	triangulateAndValidate(std::vector<Point2>{Point2(0, 0, 1), Point2(1, 1, 2), Point2(2, 2, 3), Point2(1, 1, 4)});
 	triangulateAndValidate(std::vector<Point2>(5, Point2(3, 3, 3)));
-}
-
-TEST(DelaunayProperties, MixedBatchesAndSinglePoints)
-{
-	std::mt19937 rng(13);
-	Mirel_2D dt(10);
-	std::vector<Point2> vAll;
-	for(int round = 0; round < 6; ++round)
-	{
-		std::vector<Point2> v;
-		if(round % 3 == 0) v = uniformPoints(rng, 200, -10.0 * (round + 1), 10.0 * (round + 1)); // the box grows
-		else if(round % 3 == 1) v = withDuplicates(rng, gridPoints(8, 8, 2.0, -5.0));
-		else v = collinearRuns(rng, 60);
-		std::vector<Point2*> vHandles;
-		dt.insert(v, vHandles);
-		// Earlier rounds may already hold a place: its first z stays.
-		std::vector<Point2> vCombined(vAll);
-		vCombined.insert(vCombined.end(), v.begin(), v.end());
-		std::vector<Point2*> vCombinedHandles;
-		for(const Point2& p : vAll) vCombinedHandles.push_back(dt.insert(p));
-		vCombinedHandles.insert(vCombinedHandles.end(), vHandles.begin(), vHandles.end());
-		checkHandles(vCombined, vCombinedHandles);
-		vAll = vCombined;
-		validate(dt, vAll);
-		Point2 single(double(round) * 7.5, -3.0, 42.0);
-		Point2* pSingle(dt.insert(single));
-		vAll.push_back(single);
-		ASSERT_TRUE(*pSingle == single);
-		validate(dt, vAll);
-	}
 }
 
 // ---------------------------------------------------------------------------

@@ -105,19 +105,11 @@ void expectSameRecord(const MirelExport& a, const MirelExport& b)
 	EXPECT_TRUE(std::equal(a.aCustomIndices, a.aCustomIndices + a.numCustomIndices, b.aCustomIndices));
 }
 
+// A grid makes every cell cocircular; duplicates repeat earlier points.
 std::vector<Point2> randomPoints(std::mt19937& rng, size_t n, bool bGrid)
 {
-	std::uniform_real_distribution<double> d(0.0, 100.0);
-	std::vector<Point2> v;
-	for(size_t i = 0; i < n; ++i)
-	{
-		// A grid makes every cell cocircular; duplicates repeat earlier points.
-		Point2 p(bGrid ? Point2(double(i % 37), double(i / 37), d(rng)) : Point2(d(rng), d(rng), d(rng)));
-		if(!bGrid && i > 10 && i % 17 == 0) p = v[i / 2];
-		p.set(p.x(), p.y(), p.z(), int(1000 + i));
-		v.push_back(p);
-	}
-	return v;
+	if(bGrid) return mtest::gridPoints(37, int(n / 37), 1.0, 0.0);
+	return mtest::withDuplicates(rng, mtest::uniformPoints(rng, n / 2, 0.0, 100.0));
 }
 
 // A hand-made record (the arrays are the record's own) for the text formats.

@@ -9,6 +9,7 @@
 #include "Mirel_2D.h"
 #include <gmpxx.h>
 #include <gtest/gtest.h>
+#include <png.h>
 #include <algorithm>
 #include <array>
 #include <cmath>
@@ -281,18 +282,19 @@ inline std::set<TriangleKey> triangleKeys(Mirel_2D& dt)
 }
 
 // Handles in input order: each maps to the vertex at its place, which carries
-// the first z given there; equal places share one vertex.
+// the first z and custom index given there; equal places share one vertex.
 inline void checkHandles(const std::vector<Point2>& vPoints, const std::vector<Point2*>& vHandles)
 {
 	ASSERT_EQ(vPoints.size(), vHandles.size());
-	std::map<Point2, std::pair<double, Point2*>> mFirst;
+	std::map<Point2, std::pair<const Point2*, Point2*>> mFirst;
 	for(size_t i = 0; i < vPoints.size(); ++i)
 	{
 		ASSERT_NE(vHandles[i], nullptr);
 		ASSERT_TRUE(*vHandles[i] == vPoints[i]);
-		auto ins(mFirst.insert(std::make_pair(vPoints[i], std::make_pair(vPoints[i].z(), vHandles[i]))));
+		auto ins(mFirst.insert(std::make_pair(vPoints[i], std::make_pair(&vPoints[i], vHandles[i]))));
 		ASSERT_EQ(ins.first->second.second, vHandles[i]) << "duplicate " << i << " resolves to another vertex";
-		ASSERT_EQ(vHandles[i]->z(), ins.first->second.first) << "the vertex keeps the first height";
+		ASSERT_EQ(vHandles[i]->z(), ins.first->second.first->z()) << "the vertex keeps the first height";
+		ASSERT_EQ(vHandles[i]->getCustomIndex(), ins.first->second.first->getCustomIndex()) << "the vertex keeps the first custom index";
 	}
 }
 
@@ -396,54 +398,36 @@ inline bool ghostscriptAvailable()
 	return std::system("gs --version > /dev/null 2>&1") == 0;
 }
 
-// A raw PPM image: width, height and RGB bytes.
+// An image: width, height and RGB bytes.
 struct Image
 {
 	int width = 0, height = 0;
 	std::string rgb;
 };
 
-inline bool readPPM(const std::string& name, Image& img)
+// Reads a PNG file as RGB bytes.
+inline bool readPng(const std::string& name, Image& img)
 {
-	std::ifstream in(name, std::ios::binary);
-	std::string magic;
-	in >> magic;
-	if(magic != "P6") return false;
-	int values[3];
-	for(int i = 0; i < 3; ++i)
-	{
-		in >> std::ws;
-		while(in.peek() == '#')
-		{
-			std::string comment;
-			std::getline(in, comment);
-			in >> std::ws;
-		}
-		in >> values[i];
-	}
-	in.get(); // the single whitespace before the pixels
-	img.width = values[0];
-	img.height = values[1];
-	img.rgb.resize(size_t(img.width) * img.height * 3);
-	in.read(&img.rgb[0], std::streamsize(img.rgb.size()));
-	return bool(in) && values[2] == 255;
+	png_image image{};
+	image.version = PNG_IMAGE_VERSION;
+	if(!png_image_begin_read_from_file(&image, name.c_str())) return false;
+	image.format = PNG_FORMAT_RGB;
+	img.rgb.resize(PNG_IMAGE_SIZE(image));
+	img.width = int(image.width);
+	img.height = int(image.height);
+	return png_image_finish_read(&image, nullptr, &img.rgb[0], 0, nullptr) != 0;
 }
 
-// Renders psFile with Ghostscript at the given resolution into `image` (and
-// into pngFile, for looking at it). False, with Ghostscript's output in log,
-// if Ghostscript fails or reports an error.
+// Renders psFile with Ghostscript at the given resolution into pngFile and
+// `image`. False, with Ghostscript's output in log, if Ghostscript fails or
+// reports an error.
 inline bool render(const std::string& psFile, const std::string& pngFile, int dpi, Image& image, std::string& log)
 {
-	std::string base("gs -q -dSAFER -dBATCH -dNOPAUSE -r" + std::to_string(dpi) + " ");
-	std::string ppmFile(psFile + ".ppm"), logFile(psFile + ".gs.log");
-	if(std::system((base + "-sDEVICE=png16m -sOutputFile=" + pngFile + " " + psFile + " > " + logFile + " 2>&1").c_str()) != 0)
-	{
-		log = readFile(logFile);
-		return false;
-	}
-	bool bOk(std::system((base + "-sDEVICE=ppmraw -sOutputFile=" + ppmFile + " " + psFile + " >> " + logFile + " 2>&1").c_str()) == 0);
+	std::string logFile(psFile + ".gs.log");
+	bool bOk(std::system(("gs -q -dSAFER -dBATCH -dNOPAUSE -r" + std::to_string(dpi) + " -sDEVICE=png16m -sOutputFile=" + pngFile + " " + psFile + " > " +
+							 logFile + " 2>&1").c_str()) == 0);
 	log = readFile(logFile);
-	return bOk && log.find("Error") == std::string::npos && readPPM(ppmFile, image);
+	return bOk && log.find("Error") == std::string::npos && readPng(pngFile, image);
 }
 
 inline size_t countNonWhite(const Image& img)
