@@ -303,9 +303,7 @@ TEST(ConstraintBookkeeping, CrossingSegmentsSplitIntoFourAliveHalvesAndWrite)
 	}
 	// A constraint vertex stays: removal is refused with a warning.
 	size_t numPoints(dt.numberOfPoints());
-	testing::internal::CaptureStdout();
-	dt.remove(pCross);
-	std::string out(testing::internal::GetCapturedStdout());
+	std::string out(mtest::captureStdout([&] { dt.remove(pCross); }));
 	EXPECT_NE(out.find("Dt2::remove(..), WARNING: Illegal: Can't remove a constraint vertex"), std::string::npos);
 	EXPECT_EQ(dt.numberOfPoints(), numPoints);
 	EXPECT_TRUE(dt.isConstraint(pCross));
@@ -460,9 +458,7 @@ TEST(ConstraintBookkeeping, ConstraintsBeforeAreaAreEstablishedLater)
 	std::vector<Segment2> vLine{Segment2(Point2(0, 0, 0), Point2(4, 0, 0))};
 	pGraph = flat.createConstraint(vLine, CIS_CONSTRAINED_DELAUNAY, false);
 	ASSERT_NE(pGraph, nullptr);
-	testing::internal::CaptureStdout();
-	flat.applyConstraintsAndZones();
-	std::string out(testing::internal::GetCapturedStdout());
+	std::string out(mtest::captureStdout([&] { flat.applyConstraintsAndZones(); }));
 	EXPECT_NE(out.find("Dt2::applyConstraintsAndZones(), WARNING: The triangulation has no area yet."), std::string::npos);
 	flat.insert(Point2(2, -2, 0));
 	flat.insert(Point2(2, 1, 0)); // the segment is not an edge of this triangulation yet

@@ -319,9 +319,7 @@ TEST(DelaunayProperties, QueryMessagesAndCounts)
 	dt.insert(gridPoints(3, 3, 1.0, 0.0));
 	EXPECT_TRUE(dt.is2D());
 	EXPECT_EQ(dt.numberOfTriangles(), 8u);
-	testing::internal::CaptureStdout();
-	dt.statistics("grid");
-	out = testing::internal::GetCapturedStdout();
+	out = mtest::captureStdout([&] { dt.statistics("grid"); });
 	EXPECT_EQ(out.find("\n\n\n********* MESH STATISTICS (grid) **********\n\n"), 0u);
 	EXPECT_NE(out.find("INTERIOR ANGLES"), std::string::npos);
 	EXPECT_NE(out.find("Number of triangles: 8"), std::string::npos);
@@ -333,9 +331,7 @@ TEST(DelaunayProperties, QueryMessagesAndCounts)
 	int i(pT->getOppositeTriangle(0) != nullptr ? 0 : (pT->getOppositeTriangle(1) != nullptr ? 1 : 2));
 	Triangle2* pSaved(pT->getOppositeTriangle(i));
 	pT->setOppTriangle(i, nullptr);
-	testing::internal::CaptureStdout();
-	EXPECT_FALSE(dt.checkValidity(false, "broken"));
-	out = testing::internal::GetCapturedStdout();
+	out = mtest::captureStdout([&] { EXPECT_FALSE(dt.checkValidity(false, "broken")); });
 	EXPECT_NE(out.find("Inconsistent neighborships:"), std::string::npos);
 	EXPECT_NE(out.find("\ncheckValidity, bug, name=broken"), std::string::npos);
 	std::ifstream picture("checkValidityFail_broken.ps");

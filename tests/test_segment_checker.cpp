@@ -1,4 +1,5 @@
 #include "SegmentChecker.h"
+#include "test_support.h"
 #include "tools.h"
 #include <gtest/gtest.h>
 #include <algorithm>
@@ -219,9 +220,7 @@ TEST(SegmentChecker, IntersectionPointAndOverlapCarryHeightsOfEachSegment)
 	EXPECT_EQ(o1.getSrc().z(), 2.0);
 	EXPECT_EQ(o2.getSrc().z(), 20.0);
 	EXPECT_EQ(o2.getTrg().z(), 40.0);
-	testing::internal::CaptureStdout();
-	EXPECT_FALSE(checker.getIntersectionSegment(s1, s2, o1, o2));
-	out = testing::internal::GetCapturedStdout();
+	out = mtest::captureStdout([&] { EXPECT_FALSE(checker.getIntersectionSegment(s1, s2, o1, o2)); });
 	EXPECT_NE(out.find("segments seem to be non-collinear"), std::string::npos);
 }
 
@@ -239,9 +238,7 @@ TEST(SegmentChecker, ProgressAndSubscriptions)
 	} counter;
 	RandomSegments rs(5, 300, 40, 5, 0);
 	SegmentChecker checker(rs.vSegments);
-	testing::internal::CaptureStdout();
-	checker.unsubscribe(MSG_PROGRESS, &counter);
-	std::string out(testing::internal::GetCapturedStdout());
+	std::string out(mtest::captureStdout([&] { checker.unsubscribe(MSG_PROGRESS, &counter); }));
 	EXPECT_NE(out.find("No publisher present"), std::string::npos);
 	checker.subscribe(MSG_PROGRESS, &counter);
 	checker.subscribe(MSG_PROGRESS, &counter);
@@ -260,9 +257,7 @@ TEST(SegmentChecker, DrawingsListTheCounts)
 	Segment2 c(Point2(0, 3, 0), Point2(4, 3, 0));
 	std::vector<Segment2*> v{&a, &b, &c};
 	SegmentChecker checker(v);
-	testing::internal::CaptureStdout();
-	checker.showSegments("segchk_all.ps");
-	std::string out(testing::internal::GetCapturedStdout());
+	std::string out(mtest::captureStdout([&] { checker.showSegments("segchk_all.ps"); }));
 	EXPECT_NE(out.find("SegmentChecker::showSegments(), numSegments=3"), std::string::npos);
 	checker.showIllegalSegments(false, "segchk_illegal.ps");
 	std::ifstream in("segchk_illegal.ps");
