@@ -1,6 +1,6 @@
 #include "Chunk.h"
 #include "Dt2.h"
-#include "GeomTest.h"
+#include "GeomTestInline.h"
 #include "MeshSurgery.h"
 #include "Triangle2.h"
 #include "tools.h"
@@ -11,7 +11,7 @@
 
 namespace MIREL25D {
 
-Chunk::Chunk(Dt2* pDt_, GeomTest* pGeomTest_, size_t chunkIndex_, std::vector<Point2*>* pvDenseVtx_, size_t first_, size_t last_)
+Chunk::Chunk(Dt2* pDt_, InlineGeomTest* pGeomTest_, size_t chunkIndex_, std::vector<Point2*>* pvDenseVtx_, size_t first_, size_t last_)
 	: state(0), pDt(pDt_), pGeomTest(pGeomTest_), chunkIndex(chunkIndex_), pvDenseVtx(pvDenseVtx_), first(first_), last(last_), minX(0.0), minY(0.0),
 	  maxX(0.0), maxY(0.0), aStartVtx{nullptr, nullptr, nullptr}, numFreshUsed(0), pFinalT(nullptr)
 {

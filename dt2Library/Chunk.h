@@ -9,7 +9,7 @@
 namespace MIREL25D {
 
 class Dt2;
-class GeomTest;
+class InlineGeomTest;
 class Triangle2;
 
 /*
@@ -55,7 +55,7 @@ class Triangle2;
 class Chunk
 {
 public:
-	Chunk(Dt2* pDt_, GeomTest* pGeomTest_, size_t chunkIndex_, std::vector<Point2*>* pvDenseVtx_, size_t first_, size_t last_);
+	Chunk(Dt2* pDt_, InlineGeomTest* pGeomTest_, size_t chunkIndex_, std::vector<Point2*>* pvDenseVtx_, size_t first_, size_t last_);
 	Chunk(const Chunk&) = delete;
 	Chunk& operator=(const Chunk&) = delete;
 
@@ -108,7 +108,7 @@ private:
 	struct BoxFlipPolicy;
 
 	Dt2* pDt;
-	GeomTest* pGeomTest;
+	InlineGeomTest* pGeomTest;
 	size_t chunkIndex;
 	std::vector<Point2*>* pvDenseVtx;
 	size_t first, last;

@@ -1,6 +1,6 @@
 #pragma once
 #include "Bbox2.h"
-#include "GeomTest.h"
+#include "GeomTestInline.h"
 #include "HilbertGrid.h"
 #include "ConstraintSegment2.h"
 #include "ListenerTable.h"
@@ -185,7 +185,7 @@ private:
 	bool splitAtMidpoint(ConstraintSegment2* pPiece, std::vector<ConstraintSegment2*>& vStack);
 	double getSurfaceHeightNearPiece(const Point2& p, double fallback);
 
-	GeomTest geomTest;
+	InlineGeomTest geomTest; // filtered stages inline in the hot paths
 	Bbox2 bbx;
 	HilbertGrid hilbertGrid;
 	VertexVault vertexVault;

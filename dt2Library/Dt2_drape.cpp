@@ -1,3 +1,5 @@
+// Split off from the triangulation's unit: banners name dt2Library/Dt2.
+#define MIREL_BANNER_FILE "Dt2.cpp"
 #include "Dt2.h"
 #include "tools.h"
 #include <algorithm>
@@ -5,11 +7,6 @@
 #include <sstream>
 #include <utility>
 
-// Draping is a member of the triangulation: its banners name its unit.
-#define DT2_ASSERT(cond)                                                                      \
-	do {                                                                                      \
-		if(!(cond)) ::MIREL25D::assertionFailure(#cond, "dt2Library/Dt2", __LINE__, __PRETTY_FUNCTION__); \
-	} while(0)
 
 namespace MIREL25D {
 
@@ -82,7 +79,7 @@ bool Dt2::drape(std::vector<Segment2>& vSegmentsIn, std::vector<Segment2>& vSegm
 			continue;
 		}
 		if(!getDrapePoints(a, b, vPoints)) continue; // misses the triangulation
-		DT2_ASSERT(!vPoints.empty());
+		MIREL_ASSERT(!vPoints.empty());
 		vPoints.erase(std::unique(vPoints.begin(), vPoints.end()), vPoints.end()); // equal x and y
 		if(vPoints.size() < 2) continue;
 		if(zTolerance < 0.0)
@@ -120,7 +117,7 @@ bool Dt2::getDrapePoints(const Point2& a, const Point2& b, std::vector<Point2>& 
 	double maxAbs(std::max(a.getMaxAbs(), b.getMaxAbs()));
 	if(maxAbs > geomTest.getMaxCoord()) geomTest.setStaticBound_MT(maxAbs);
 	Triangle2* pT(getHeightWalkStart(a));
-	DT2_ASSERT(pT!=0);
+	MIREL_ASSERT(pT!=0);
 	int exitEdge(-1);
 	if(walkToQuery(a, pT, exitEdge))
 	{
@@ -232,7 +229,7 @@ void Dt2::walkAlongSegment(const Point2& a, const Point2& b, Triangle2* pT, int 
 				{
 					if(o[k] == ORIENTATION2_COLLINEAR && compareAlong(a, b, *pT->getCorner(k), a) > 0) pVtx = pT->getCorner(k);
 				}
-				DT2_ASSERT(pVtx!=0);
+				MIREL_ASSERT(pVtx!=0);
 				if(compareAlong(a, b, b, *pVtx) <= 0) return finishAtTarget(pT);
 				vPoints.push_back(*pVtx);
 			}
@@ -240,7 +237,7 @@ void Dt2::walkAlongSegment(const Point2& a, const Point2& b, Triangle2* pT, int 
 	}
 	for(size_t numSteps = 0;; ++numSteps)
 	{
-		DT2_ASSERT(numSteps<=maxSteps);
+		MIREL_ASSERT(numSteps<=maxSteps);
 		if(pVtx != nullptr)
 		{
 			if(*pVtx == b) return;

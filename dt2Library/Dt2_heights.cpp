@@ -1,3 +1,5 @@
+// Split off from the triangulation's unit: banners name dt2Library/Dt2.
+#define MIREL_BANNER_FILE "Dt2.cpp"
 #include "Dt2.h"
 #include "tools.h"
 #include <algorithm>
@@ -8,11 +10,6 @@
 #include <utility>
 #include <vector>
 
-// Heights are members of the triangulation: their banners name its unit.
-#define DT2_ASSERT(cond)                                                                      \
-	do {                                                                                      \
-		if(!(cond)) ::MIREL25D::assertionFailure(#cond, "dt2Library/Dt2", __LINE__, __PRETTY_FUNCTION__); \
-	} while(0)
 
 namespace MIREL25D {
 
@@ -97,7 +94,7 @@ bool Dt2::getHeight(double x, double y, double& height, Triangle2* pApproxT, dou
 
 bool Dt2::getHeightFrom(const Point2& q, Triangle2* pT, double& height, double tolerance)
 {
-	DT2_ASSERT(pT!=0);
+	MIREL_ASSERT(pT!=0);
 	int exitEdge(-1);
 	bool bInside(walkToQuery(q, pT, exitEdge));
 	pLastHeightT.store(pT, std::memory_order_relaxed);
@@ -169,7 +166,7 @@ bool Dt2::getNearbyHeight(double x, double y, double& height, double tolerance)
 	if(!vertexVault.isFullDimensional()) return false;
 	Point2 q(x, y, 0.0);
 	Triangle2* pT(getHeightWalkStart(q));
-	DT2_ASSERT(pT!=0);
+	MIREL_ASSERT(pT!=0);
 	int exitEdge(-1);
 	bool bInside(walkToQuery(q, pT, exitEdge));
 	pLastHeightT.store(pT, std::memory_order_relaxed);
@@ -242,8 +239,8 @@ double Dt2::getHeightInTriangle(const Triangle2* pT, double x, double y) const
 	if(bSteep)
 	{
 		double height(getExactHeight(p0, p1, p2, x, y));
-		DT2_ASSERT(height<=maxZ+.0001);
-		DT2_ASSERT(height>=minZ-.0001);
+		MIREL_ASSERT(height<=maxZ+.0001);
+		MIREL_ASSERT(height>=minZ-.0001);
 		return height;
 	}
 
@@ -254,8 +251,8 @@ double Dt2::getHeightInTriangle(const Triangle2* pT, double x, double y) const
 	if(height > maxZ && height - maxZ < 0.001) height = maxZ;
 	else if(height < minZ && minZ - height < 0.001) height = minZ;
 	if(!(height >= minZ && height <= maxZ)) height = getExactHeight(p0, p1, p2, x, y);
-	DT2_ASSERT(height<=maxZ);
-	DT2_ASSERT(height>=minZ);
+	MIREL_ASSERT(height<=maxZ);
+	MIREL_ASSERT(height>=minZ);
 	return height;
 }
 
@@ -264,8 +261,8 @@ double Dt2::getHeightInTriangle(const Triangle2* pT, double x, double y) const
 // that chain decides.
 bool Dt2::getNearbyHeightFromExit(const Point2& q, Triangle2* pCurTriangle, int intState, double& height, double tolerance)
 {
-	DT2_ASSERT(pCurTriangle!=0);
-	DT2_ASSERT(intState>-1 && intState<4);
+	MIREL_ASSERT(pCurTriangle!=0);
+	MIREL_ASSERT(intState>-1 && intState<4);
 	if(!(tolerance > 0.0)) return false;
 	double bestSqDist(std::numeric_limits<double>::infinity());
 	double bestHeight(0.0);
@@ -306,11 +303,11 @@ bool Dt2::cutLineAtCH(const Point2& a, const Point2& b, Triangle2*& pEntryT, int
 	double maxAbs(std::max(a.getMaxAbs(), b.getMaxAbs()));
 	if(maxAbs > geomTest.getMaxCoord()) geomTest.setStaticBound_MT(maxAbs);
 	Triangle2* pCurTriangle(getHeightWalkStart(a));
-	DT2_ASSERT(pCurTriangle!=0);
+	MIREL_ASSERT(pCurTriangle!=0);
 	int intState(-1);
 	if(walkToQuery(a, pCurTriangle, intState)) return false; // a is not outside
-	DT2_ASSERT(intState>-1 && intState<3);
-	DT2_ASSERT(pCurTriangle->getOppositeTriangle(intState)==0);
+	MIREL_ASSERT(intState>-1 && intState<3);
+	MIREL_ASSERT(pCurTriangle->getOppositeTriangle(intState)==0);
 	auto sees = [&](const Triangle2* pT, int e) { return geomTest.getOrientation2(pT, e, &a) != ORIENTATION2_CCW; };
 	auto tryEntry = [&](Triangle2* pT, int e) {
 		if(geomTest.getOrientation2(pT, e, &a) != ORIENTATION2_CW) return false;

@@ -2,7 +2,7 @@
 // point, plane height). This unit is compiled with -frounding-math and
 // -ffp-contract=off: the interval stage changes the rounding mode, and the
 // double evaluations here must round every operation as IEEE 754 says.
-#include "GeomTest.h"
+#include "GeomTestInline.h"
 #include "tools.h"
 #include <cfenv>
 #include <cstdint>
@@ -228,6 +228,21 @@ void GeomTest::createExactScratch()
 		pExactScratch = new ExactScratch;
 		exactScratchReady = true;
 	});
+}
+
+Orientation2 GeomTest::getOrientation2(const Point2* a, const Point2* b, const Point2* c)
+{
+	return filteredOrientation2(*this, a, b, c);
+}
+
+Orientation2 GeomTest::getOrientation2(const Triangle2* t, int i, const Point2* q)
+{
+	return filteredOrientation2(*this, t->getCorner(nextIndex(i)), t->getCorner(prevIndex(i)), q);
+}
+
+CircleIncidence2 GeomTest::circleInc3state(const Triangle2* t, const Point2* d)
+{
+	return filteredCircleInc3state(*this, t, d);
 }
 
 Orientation2 GeomTest::getOrientation2_exact(const Point2* a, const Point2* b, const Point2* c)

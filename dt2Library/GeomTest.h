@@ -44,7 +44,7 @@ struct IntersectionScratch;
 
 // The exact predicates. Each test evaluates its determinant in doubles and
 // trusts the sign when it clears an error bound; otherwise an out-of-line exact
-// stage decides. The filtered stage takes no lock and allocates nothing; the
+// stage decides. The filters themselves live in GeomTestInline.h. The filtered stage takes no lock and allocates nothing; the
 // bound only ever grows, so a concurrent reader sees the old or the new one.
 //
 // Orientation bound: for coordinates of magnitude at most M the rounding error
@@ -76,39 +76,16 @@ public:
 		if(m > maxCoord.load(std::memory_order_relaxed)) setStaticBound_MT(m);
 	}
 	double getStaticBound() const { return staticBoundPos.load(std::memory_order_relaxed); }
+	double getStaticBoundNeg() const { return staticBoundNeg.load(std::memory_order_relaxed); }
 	double getMaxCoord() const { return maxCoord.load(std::memory_order_relaxed); }
 
-	Orientation2 getOrientation2(const Point2* a, const Point2* b, const Point2* c)
-	{
-		double det((a->x() - c->x()) * (b->y() - c->y()) - (a->y() - c->y()) * (b->x() - c->x()));
-		if(det > staticBoundPos.load(std::memory_order_relaxed)) return ORIENTATION2_CCW;
-		if(det < staticBoundNeg.load(std::memory_order_relaxed)) return ORIENTATION2_CW;
-		return getOrientation2_exact(a, b, c);
-	}
+	// Filtered test, then the exact stage when the filter cannot decide. Out of
+	// line, so that a caller's floating-point flags never reach the filter; the
+	// library's own hot paths use the inline copy (InlineGeomTest).
+	Orientation2 getOrientation2(const Point2* a, const Point2* b, const Point2* c);
 	// Side of q relative to edge i of t (corner i+1 to corner i+2).
-	Orientation2 getOrientation2(const Triangle2* t, int i, const Point2* q)
-	{
-		return getOrientation2(t->getCorner(nextIndex(i)), t->getCorner(prevIndex(i)), q);
-	}
-
-	CircleIncidence2 circleInc3state(const Triangle2* t, const Point2* d)
-	{
-		const Point2* a(t->getCorner(0));
-		const Point2* b(t->getCorner(1));
-		const Point2* c(t->getCorner(2));
-		double qaX(a->x() - d->x()), qaY(a->y() - d->y());
-		double qbX(b->x() - d->x()), qbY(b->y() - d->y());
-		double qcX(c->x() - d->x()), qcY(c->y() - d->y());
-		double la(qaX * qaX + qaY * qaY), lb(qbX * qbX + qbY * qbY), lc(qcX * qcX + qcY * qcY);
-		double p0(qcX * qaY), p1(qcY * qaX), p2(qcY * qbX), p3(qcX * qbY), p4(qbY * qaX), p5(qbX * qaY);
-		double det((p0 - p1) * lb + (p2 - p3) * la + (p4 - p5) * lc);
-		double sb(std::fabs(p1) + std::fabs(p0)), sa(std::fabs(p3) + std::fabs(p2)), sc(std::fabs(p5) + std::fabs(p4));
-		double bound((sb * lb + sa * la + sc * lc) * 3.33e-15);
-		double underflowScale(la + lb + lc + sa + sb + sc + 1.0);
-		if(det > bound && det * 0x1p1000 > underflowScale * 0x1p-70) return CINC2_INCIRCLE;
-		if(det < -bound && det * -0x1p1000 > underflowScale * 0x1p-70) return CINC2_OUTCIRCLE;
-		return circleInc3state_exact(a, b, c, d);
-	}
+	Orientation2 getOrientation2(const Triangle2* t, int i, const Point2* q);
+	CircleIncidence2 circleInc3state(const Triangle2* t, const Point2* d);
 
 	SegmentIntersection2 getSegmentIntersection(const Point2* p1, const Point2* p2, const Point2* q1, const Point2* q2);
 	Orientation2 getOrientation3D(const Point2* p1, const Point2* p2, const Point2* p3, const Point2* p4);

@@ -1,5 +1,5 @@
 #pragma once
-// The library's public interface in one include.
+// The library's public interface in one include: every installed header.
 #include "tools.h"
 #include "freeFunctions.h"
 #include "MsgBase.h"
@@ -17,6 +17,9 @@
 #include "Visualizer3.h"
 #include "SceneFiles.h"
 #include "MirelExport.h"
+#include "ConstraintSegment2.h"
+#include "ConstraintGraph2.h"
+#include "SegmentChecker.h"
 #include "Zone2.h"
 #include "Mirel_2D.h"
 // Terrain tools

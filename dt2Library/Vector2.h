@@ -4,6 +4,9 @@
 
 namespace MIREL25D {
 
+// The one value of pi in the library (M_PI is not standard C++).
+constexpr double MIREL_PI(3.14159265358979323846);
+
 // A 3-component vector (x, y and the height z), despite the name.
 class MIREL_API Vector2
 {

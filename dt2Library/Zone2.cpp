@@ -597,7 +597,7 @@ void Zone2::analyzeAngles(const char* name) const
 			if(pNeigh == nullptr || pNeigh < pT || !isInSorted(vT, pNeigh)) continue;
 			double cosAngle(pT->getNormalVector() * pNeigh->getNormalVector());
 			cosAngle = std::max(-1.0, std::min(1.0, cosAngle));
-			dihedral.add(std::acos(cosAngle) * 180.0 / M_PI);
+			dihedral.add(std::acos(cosAngle) * 180.0 / MIREL_PI);
 		}
 	}
 	std::ostringstream oss;

@@ -30,6 +30,14 @@ enum ZoneLocation
 	ZL_BOUNDED = 8               // as ZL_INSIDE; accepted by mesh generation
 };
 
+// Strategies of Zone2::slopeValleyRidgeOptimization.
+enum OptimizationMode
+{
+	OM_FAST = 0,       // greedy local flips until no single flip improves
+	OM_BEST_FIRST = 1, // the most improving flip first, then as OM_FAST
+	OM_LOOKAHEAD = 2   // as OM_BEST_FIRST, then pairs of flips that improve together
+};
+
 // A region of the triangulation. It stores a rule, not triangles: every
 // query evaluates the rule on the current mesh, so a zone stays correct while
 // vertices and constraints are inserted. Zones bounded by constraint graphs
@@ -83,6 +91,51 @@ public:
 	// Progress of long evaluations ("ZoneProgress") to MSG_PROGRESS listeners.
 	void subscribe(MsgType msgType, MsgBase* pListener);
 	void unsubscribe(MsgType msgType, MsgBase* pListener);
+
+	// ---- Surface operations on the zone's terrain ----
+	// They act only on the zone's triangles: a flip needs both triangles of an
+	// edge in the zone, constraint edges are never flipped, every flip is of a
+	// strictly convex quadrilateral (exact orientation tests), and the zone
+	// keeps the same triangle objects. Each returns false, with a message and
+	// nothing changed, for bad arguments or an empty zone.
+	//
+	// Smooths the heights of the zone's inner vertices (x and y stay) with
+	// numIterations Taubin steps (a shrinking step, lambda 0.5, then an
+	// inflating one, mu -0.53) of a Laplacian with cotangent weights, which
+	// reproduces planes, so the terrain does not shrink and planar parts stay
+	// planar up to rounding (where the zone is not Delaunay, negative weights
+	// count as zero). Vertices on the zone's border or the hull and
+	// constraint vertices keep their heights. Costs O(vertices) memory and
+	// O(vertices x numIterations) time.
+	bool smoothing(int numIterations);
+	// Data-dependent triangulation: flips edges so that valleys and ridges
+	// follow the data, lowering the sum over the zone triangles' edges of the
+	// angle between the normals of the two triangles at the edge (edges to
+	// triangles outside the zone count too; those triangles never change).
+	// OM_FAST is the greedy local optimisation, about O(edges) flips tests;
+	// OM_BEST_FIRST keeps a priority queue (O(edges log edges)) and usually
+	// ends lower; OM_LOOKAHEAD adds sweeps that try each edge with each
+	// follow-up flip (several sweeps over the edges). The mesh is no longer
+	// Delaunay inside the zone: Dt2::checkValidity(true) reports the flipped
+	// edges, a later insertion restores the Delaunay property only around the
+	// new vertex.
+	bool slopeValleyRidgeOptimization(OptimizationMode optimizationMode);
+	// As OM_FAST, restricted: only edges whose normal angle is at least
+	// minEdgeAngleDeg degrees are flipped (nearly flat parts keep their
+	// edges), and a flip must leave every interior 2D angle of both new
+	// triangles at least minInteriorAngleDeg degrees (0 to 60).
+	bool optimizeValleysAndRidges(double minEdgeAngleDeg, double minInteriorAngleDeg);
+	// Snaps nearly grid-aligned inner vertices onto an exact grid: the x
+	// coordinates of the zone's vertices are grouped into runs no wider than
+	// tolerance, and each movable vertex takes its run's most frequent x (the
+	// median where none repeats), the same for y, so that jittered columns and
+	// rows become exact. Only inner vertices
+	// (not on the zone's border, the hull or a constraint) move, and only
+	// where all their triangles stay strictly counterclockwise; z stays. Then
+	// edges inside the zone are made Delaunay again around the moved vertices
+	// (exact in-circle flips; constraint edges and edges to triangles outside
+	// the zone stay). Costs O(vertices log vertices).
+	bool unifyGrid(double tolerance);
 
 	// ---- Internal: zones are made and destroyed by Dt2 ----
 	// The argument rules of zone creation, in one place: the triangulation

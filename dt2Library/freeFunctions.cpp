@@ -233,8 +233,6 @@ bool writeSegmentsBIN(const char* filename, std::vector<Segment2>& vSegments)
 //----------------------------------------------------------------------------
 
 namespace {
-const double PI(3.14159265358979323846);
-
 // The linear congruential generator of the classic Microsoft C library
 // (x = x*214013 + 2531011, value (x>>16) & 0x7fff): values 0..32767 and, for a
 // given seed, the same sequence on every platform, unlike the C library's rand().
@@ -334,7 +332,7 @@ void generateRandomSegments(size_t numSegments, double min, double max, double m
 	{
 		double srcX(min + r[i] * range);
 		double srcY(min + r[numSegments + i] * range);
-		double angle(r[2 * numSegments + i] * 2.0 * PI);
+		double angle(r[2 * numSegments + i] * 2.0 * MIREL_PI);
 		double length((1.0 - r[3 * numSegments + i]) * maxLen); // (0, maxLen]
 		double dx(std::cos(angle) * length), dy(std::sin(angle) * length);
 		double trgX(clampToSquare(srcX + dx)), trgY(clampToSquare(srcY + dy));
@@ -362,7 +360,7 @@ void generateRandomPolygon(size_t numSegments, double min, double max, std::vect
 	generateRandomNumbers(2 * numSegments, 0.0, 1.0, r, seed);
 	double centre(0.5 * (min + max));
 	double maxRadius(0.5 * (max - min));
-	double sector(2.0 * PI / static_cast<double>(numSegments));
+	double sector(2.0 * MIREL_PI / static_cast<double>(numSegments));
 	std::vector<Point2> vCorners;
 	vCorners.reserve(numSegments);
 	for(size_t i = 0; i < numSegments; ++i)
@@ -436,7 +434,7 @@ void generateSineSegments(int numSegments, int numPeriods, double xOffset, doubl
 	std::vector<Segment2>& vSineSegmentsOut)
 {
 	if(numSegments < 1) return;
-	double step(2.0 * numPeriods * PI / numSegments);
+	double step(2.0 * numPeriods * MIREL_PI / numSegments);
 	auto vertex = [&](int i) {
 		double angle(i * step);
 		double x(xOffset + xFactor * angle);

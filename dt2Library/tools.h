@@ -25,8 +25,9 @@ MIREL_API void sendRawErrorText(const std::string& text);
 MIREL_API void reportLoopCap(const std::string& place, const char* capName, size_t cap);
 
 // Prints the banner, writes "MIREL_LOG.txt" and throws MirelException. The
-// macro below passes __FILE__ and __PRETTY_FUNCTION__; the banner cites the unit
-// as "dt2Library/<base name>" and the qualified function name without its
+// macro below passes __FILE__ and the compiler's decorated function name
+// (__PRETTY_FUNCTION__, or __FUNCSIG__ with MSVC); the banner cites the unit as
+// "dt2Library/<base name>" and the qualified function name without its
 // signature.
 [[noreturn]] MIREL_API void assertionFailure(const char* condition, const char* sourceFile, int line, const char* prettyFunction);
 
@@ -37,6 +38,12 @@ MIREL_API std::string unitName(const char* sourceFile);
 
 } // namespace MIREL25D
 
+#if defined(_MSC_VER) && !defined(__clang__)
+#define MIREL_FUNCTION_SIGNATURE __FUNCSIG__
+#else
+#define MIREL_FUNCTION_SIGNATURE __PRETTY_FUNCTION__
+#endif
+
 // The source file a banner cites. A unit split off from another defines
 // MIREL_BANNER_FILE (before its first include) as the file it came from, so
 // that its banners name the same unit as before.
@@ -45,9 +52,9 @@ MIREL_API std::string unitName(const char* sourceFile);
 #endif
 
 // Checks of broken invariants, always on.
-#define MIREL_ASSERT(cond)                                                              \
-	do {                                                                                \
-		if(!(cond)) ::MIREL25D::assertionFailure(#cond, MIREL_BANNER_FILE, __LINE__, __PRETTY_FUNCTION__); \
+#define MIREL_ASSERT(cond)                                                                         \
+	do {                                                                                           \
+		if(!(cond)) ::MIREL25D::assertionFailure(#cond, MIREL_BANNER_FILE, __LINE__, MIREL_FUNCTION_SIGNATURE); \
 	} while(0)
 
 // A check whose banner position is published (logs and support notes cite
@@ -55,7 +62,7 @@ MIREL_API std::string unitName(const char* sourceFile);
 // the check stands in the source.
 #define MIREL_ASSERT_PINNED(cond, unitFile, pinnedLine)                                 \
 	do {                                                                                \
-		if(!(cond)) ::MIREL25D::assertionFailure(#cond, unitFile, pinnedLine, __PRETTY_FUNCTION__); \
+		if(!(cond)) ::MIREL25D::assertionFailure(#cond, unitFile, pinnedLine, MIREL_FUNCTION_SIGNATURE); \
 	} while(0)
 
 // The debug tier: per-step checks inside hot loops and index preconditions.

@@ -86,7 +86,7 @@ cmake --install build --prefix "$prefix"
 rm -rf build-consumer
 cmake -S examples/consumer -B build-consumer -DCMAKE_BUILD_TYPE=Release -DCMAKE_PREFIX_PATH="$prefix"
 cmake --build build-consumer -j"$jobs"
-build-consumer/consumer
+(cd build-consumer && ./consumer) # it writes its drawing there
 stageDone
 
 echo

@@ -4,7 +4,6 @@
 #include "test_support.h"
 #include <CGAL/Delaunay_triangulation_2.h>
 #include <CGAL/Exact_predicates_inexact_constructions_kernel.h>
-#include <array>
 
 using namespace MIREL25D;
 
@@ -12,30 +11,8 @@ namespace {
 
 using Kernel = CGAL::Exact_predicates_inexact_constructions_kernel;
 using CgalDelaunay = CGAL::Delaunay_triangulation_2<Kernel>;
-using XY = std::pair<double, double>;
-using TriangleKey = std::array<XY, 3>; // corners sorted, orientation-free
-
-TriangleKey makeKey(XY a, XY b, XY c)
-{
-	TriangleKey key{{a, b, c}};
-	std::sort(key.begin(), key.end());
-	return key;
-}
-
-std::set<TriangleKey> mirelTriangles(Mirel_2D& dt)
-{
-	std::vector<Triangle2*> vT;
-	dt.getTrianglePointers(vT);
-	std::set<TriangleKey> s;
-	for(Triangle2* pT : vT)
-	{
-		const Point2* a(pT->getCorner(0));
-		const Point2* b(pT->getCorner(1));
-		const Point2* c(pT->getCorner(2));
-		s.insert(makeKey(XY(a->x(), a->y()), XY(b->x(), b->y()), XY(c->x(), c->y())));
-	}
-	return s;
-}
+using mtest::TriangleKey;
+using mtest::triangleKeys;
 
 std::set<TriangleKey> cgalTriangles(const CgalDelaunay& cgal)
 {
@@ -45,7 +22,7 @@ std::set<TriangleKey> cgalTriangles(const CgalDelaunay& cgal)
 		const auto& a(f->vertex(0)->point());
 		const auto& b(f->vertex(1)->point());
 		const auto& c(f->vertex(2)->point());
-		s.insert(makeKey(XY(a.x(), a.y()), XY(b.x(), b.y()), XY(c.x(), c.y())));
+		s.insert(mtest::triangleKey({a.x(), a.y()}, {b.x(), b.y()}, {c.x(), c.y()}));
 	}
 	return s;
 }
@@ -62,7 +39,7 @@ TEST(CgalDelaunay, SameTrianglesAsCgal)
 			dt.insert(v);
 			CgalDelaunay cgal;
 			for(const Point2& p : v) cgal.insert(Kernel::Point_2(p.x(), p.y()));
-			std::set<TriangleKey> sMirel(mirelTriangles(dt));
+			std::set<TriangleKey> sMirel(triangleKeys(dt));
 			ASSERT_EQ(sMirel.size(), cgal.number_of_faces()) << n;
 			ASSERT_TRUE(sMirel == cgalTriangles(cgal)) << n << " " << offset;
 		}
@@ -85,7 +62,7 @@ TEST(CgalDelaunay, SameTrianglesAfterRemovals)
 		dt.remove(vHandles[i]);
 		cgal.remove(vCgalHandles[i]);
 	}
-	ASSERT_TRUE(mirelTriangles(dt) == cgalTriangles(cgal));
+	ASSERT_TRUE(triangleKeys(dt) == cgalTriangles(cgal));
 }
 
 } // namespace

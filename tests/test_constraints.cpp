@@ -2,111 +2,12 @@
 #include "ConstraintMgr.h"
 #include "ConstraintSegment2.h"
 #include "Dt2.h"
-#include "Mirel_2D.h"
-#include "SegmentChecker.h"
+#include "test_support.h"
 #include "tools.h"
-#include <gtest/gtest.h>
-#include <cmath>
-#include <fstream>
-#include <sstream>
-#include <map>
-#include <memory>
-#include <random>
-#include <set>
 
 using namespace MIREL25D;
 
 namespace {
-
-// ---- Independent checks of a constrained triangulation ----
-
-std::vector<Triangle2*> collectTriangles(Point2* pAnyVertex)
-{
-	std::vector<Triangle2*> vT;
-	std::set<Triangle2*> sSeen;
-	Triangle2* pStart(pAnyVertex->getIncidentTriangle());
-	if(pStart == nullptr) return vT;
-	vT.push_back(pStart);
-	sSeen.insert(pStart);
-	for(size_t k = 0; k < vT.size(); ++k)
-	{
-		for(int i = 0; i < 3; ++i)
-		{
-			Triangle2* pN(vT[k]->getOppositeTriangle(i));
-			if(pN != nullptr && sSeen.insert(pN).second) vT.push_back(pN);
-		}
-	}
-	return vT;
-}
-
-// Counterclockwise triangles, mutual links over shared edges, valid incident
-// triangles. Returns the number of faults.
-int countTopologyFaults(const std::vector<Triangle2*>& vT)
-{
-	int faults(0);
-	for(Triangle2* pT : vT)
-	{
-		if(getOrientation2(pT->getCorner(0), pT->getCorner(1), pT->getCorner(2)) != ORIENTATION2_CCW) ++faults;
-		for(int i = 0; i < 3; ++i)
-		{
-			Point2* p(pT->getCorner(i));
-			if(p->getIncidentTriangle() == nullptr || !p->getIncidentTriangle()->hasVertex(p)) ++faults;
-			Triangle2* pN(pT->getOppositeTriangle(i));
-			if(pN == nullptr) continue;
-			int j(pN->getIntraTriangleIndex(pT));
-			if(pN->getOppositeTriangle(j) != pT) ++faults;
-			// Shared edge with reversed direction.
-			if(pN->getCorner(nextIndex(j)) != pT->getCorner(prevIndex(i)) || pN->getCorner(prevIndex(j)) != pT->getCorner(nextIndex(i))) ++faults;
-		}
-	}
-	return faults;
-}
-
-// Edges that fail the exact in-circle test; constraint edges are exempt when
-// bExemptConstraints (constrained Delaunay), checked too otherwise.
-int countNonDelaunayEdges(Dt2* pDt, const std::vector<Triangle2*>& vT, bool bExemptConstraints)
-{
-	int bad(0);
-	GeomTest* pGeom(pDt->getGeomTest());
-	for(Triangle2* pT : vT)
-	{
-		for(int i = 0; i < 3; ++i)
-		{
-			Triangle2* pN(pT->getOppositeTriangle(i));
-			if(pN == nullptr) continue;
-			if(bExemptConstraints && pDt->isConstraint(pT, i)) continue;
-			if(pGeom->circleInc3state(pT, pN->getCorner(pN->getIntraTriangleIndex(pT))) == CINC2_INCIRCLE) ++bad;
-		}
-	}
-	return bad;
-}
-
-bool isEdge(Dt2* pDt, Point2* a, Point2* b)
-{
-	ConstraintMgr* pMgr(pDt->getConstraintMgr());
-	return pMgr->findTriangleWithDirectedEdge(a, b) != nullptr || pMgr->findTriangleWithDirectedEdge(b, a) != nullptr;
-}
-
-// Pieces that are no edge, and pairs of pieces that cross or overlap (found by
-// the segment checker, independently of the mesh).
-void checkPieces(Dt2* pDt, int& numNotEdges, int& numCrossings)
-{
-	std::vector<ConstraintSegment2*> vAlive;
-	pDt->getAliveConstraintSegments(vAlive);
-	numNotEdges = 0;
-	std::vector<std::unique_ptr<Segment2> > vOwned;
-	std::vector<Segment2*> vSegs;
-	for(ConstraintSegment2* pCSeg : vAlive)
-	{
-		if(!isEdge(pDt, pCSeg->getSrc(), pCSeg->getTrg())) ++numNotEdges;
-		vOwned.emplace_back(new Segment2(*pCSeg->getSrc(), *pCSeg->getTrg()));
-		vSegs.push_back(vOwned.back().get());
-	}
-	SegmentChecker checker(vSegs);
-	std::vector<Segment2*> vIllegal;
-	checker.getIllegalSegments(false, vIllegal);
-	numCrossings = int(vIllegal.size());
-}
 
 // The alive leaves of each parent form one path from its one endpoint to the
 // other (checked on the split tree alone, without the direction flags). With
@@ -132,7 +33,7 @@ int countChainFaults(ConstraintGraph2* pGraph, bool bExactOnSegment)
 			{
 				for(Point2* p : {pLeaf->getSrc(), pLeaf->getTrg()})
 				{
-					if(getOrientation2(pParent->getSrc(), pParent->getTrg(), p) != ORIENTATION2_COLLINEAR) ++faults;
+					if(mtest::exactOrientation(*pParent->getSrc(), *pParent->getTrg(), *p) != 0) ++faults;
 					Point2 lo(std::min(*pParent->getSrc(), *pParent->getTrg())), hi(std::max(*pParent->getSrc(), *pParent->getTrg()));
 					if(*p < lo || hi < *p) ++faults;
 				}
@@ -184,37 +85,11 @@ int countDirectedChainFaults(ConstraintGraph2* pGraph)
 	return faults;
 }
 
-struct MeshReport
-{
-	int topologyFaults, nonDelaunay, notEdges, crossings;
-};
-
-MeshReport inspect(Dt2* pDt, Point2* pAnyVertex, bool bConstrainedDelaunay)
-{
-	MeshReport r;
-	std::vector<Triangle2*> vT(collectTriangles(pAnyVertex));
-	r.topologyFaults = countTopologyFaults(vT);
-	r.nonDelaunay = countNonDelaunayEdges(pDt, vT, bConstrainedDelaunay);
-	checkPieces(pDt, r.notEdges, r.crossings);
-	return r;
-}
-
-void expectValid(const MeshReport& r)
-{
-	EXPECT_EQ(r.topologyFaults, 0);
-	EXPECT_EQ(r.nonDelaunay, 0);
-	EXPECT_EQ(r.notEdges, 0);
-	EXPECT_EQ(r.crossings, 0);
-}
-
 // ---- Inputs ----
 
 std::vector<Point2> randomPoints(std::mt19937& rng, size_t n, double range)
 {
-	std::uniform_real_distribution<double> u(0.0, range);
-	std::vector<Point2> v;
-	for(size_t i = 0; i < n; ++i) v.emplace_back(u(rng), u(rng), u(rng));
-	return v;
+	return mtest::uniformPoints(rng, n, 0.0, range);
 }
 
 // Segments on an integer grid in the eight directions of 0, 45, 90 and 135
@@ -267,70 +142,47 @@ Point2* insertFrame(Dt2& dt, double lo, double hi)
 
 // ---- Constrained insertion ----
 
-TEST(ConstraintInsertion, ConstrainedDelaunayOnOctilinearSegmentsIsExact)
+// Each strategy on octilinear segments (every crossing exact: the pieces lie
+// exactly on their input segment) over integer points, many of them on the
+// segments; constrained Delaunay also on arbitrary segments, whose crossings
+// round, with shared end points and near-collinear overlaps.
+TEST(ConstraintInsertion, EveryStrategyKeepsItsInvariants)
 {
-	for(unsigned seed : {1u, 2u, 3u})
+	for(int kind = 0; kind < 4; ++kind)
 	{
-		std::mt19937 rng(seed);
-		Dt2 dt(1000);
-		Point2* pFrame(insertFrame(dt, -1, 41));
-		std::vector<Point2> vPoints(randomPoints(rng, 300, 40));
-		for(Point2& p : vPoints) p.setCoords(std::floor(p.x()), std::floor(p.y()), p.z()); // many on the segments
+		SCOPED_TRACE(kind);
+		const bool bArbitrary(kind == 3);
+		const ConstraintInsertionStrategy cis(kind == 1 ? CIS_CONFORMING_SEGMENT_HEIGHT : (kind == 2 ? CIS_CONFORMING_SURFACE_HEIGHT : CIS_CONSTRAINED_DELAUNAY));
+		std::mt19937 rng(unsigned(kind) + 1);
+		Dt2 dt(5000);
+		insertFrame(dt, -1, bArbitrary ? 101 : 41);
+		std::vector<Point2> vPoints(randomPoints(rng, bArbitrary ? 2000 : 300, bArbitrary ? 100 : 40));
+		if(!bArbitrary)
+			for(Point2& p : vPoints) p.setCoords(std::floor(p.x()), std::floor(p.y()), p.z());
 		dt.insertVector(vPoints);
 		std::vector<ConstraintGraph2*> vGraphs;
-		for(int batch = 0; batch < 3; ++batch)
+		for(int batch = 0; batch < (bArbitrary ? 1 : 3); ++batch)
 		{
-			std::vector<Segment2> vSegs(octilinearSegments(rng, 150, 40, 12));
-			vGraphs.push_back(dt.createConstraint(vSegs, CIS_CONSTRAINED_DELAUNAY, false));
+			std::vector<Segment2> vSegs(bArbitrary ? randomSegments(rng, 1500, 100, 8) : octilinearSegments(rng, 150, 40, 12));
+			if(bArbitrary)
+			{
+				for(size_t i = 0; i + 1 < vSegs.size(); i += 7) vSegs[i + 1] = Segment2(vSegs[i].getTrg(), vSegs[i + 1].getTrg());
+				for(size_t i = 3; i < vSegs.size(); i += 11)
+				{
+					Point2 a(vSegs[i - 3].getSrc()), b(vSegs[i - 3].getTrg());
+					vSegs[i] = Segment2(a, Point2(a.x() + 0.5 * (b.x() - a.x()), a.y() + 0.5 * (b.y() - a.y()), 0));
+				}
+			}
+			vGraphs.push_back(dt.createConstraint(vSegs, cis, false));
 			ASSERT_NE(vGraphs.back(), nullptr);
 		}
-		expectValid(inspect(&dt, pFrame, true));
-		for(ConstraintGraph2* pGraph : vGraphs) EXPECT_EQ(countChainFaults(pGraph, true), 0);
+		mtest::validateMesh(dt, cis == CIS_CONSTRAINED_DELAUNAY ? mtest::EmptyCircles::exceptConstraints : mtest::EmptyCircles::everyEdge);
+		for(ConstraintGraph2* pGraph : vGraphs) EXPECT_EQ(countChainFaults(pGraph, !bArbitrary), 0);
 		std::vector<ConstraintSegment2*> vAll;
 		dt.getAliveAndDeadConstraintSegments(vAll);
 		size_t numDead(0);
 		for(ConstraintSegment2* pCSeg : vAll) numDead += pCSeg->isAlive() ? 0 : 1;
 		EXPECT_GT(numDead, 100u) << "the input must really cross";
-	}
-}
-
-TEST(ConstraintInsertion, ConstrainedDelaunayOnArbitraryCrossingSegments)
-{
-	std::mt19937 rng(11);
-	Dt2 dt(5000);
-	Point2* pFrame(insertFrame(dt, -1, 101));
-	dt.insertVector(randomPoints(rng, 2000, 100));
-	std::vector<Segment2> vSegs(randomSegments(rng, 1500, 100, 8));
-	// Some segments share end points or run through earlier end points.
-	for(size_t i = 0; i + 1 < vSegs.size(); i += 7) vSegs[i + 1] = Segment2(vSegs[i].getTrg(), vSegs[i + 1].getTrg());
-	for(size_t i = 3; i < vSegs.size(); i += 11)
-	{
-		Point2 a(vSegs[i - 3].getSrc()), b(vSegs[i - 3].getTrg());
-		Point2 mid(a.x() + 0.5 * (b.x() - a.x()), a.y() + 0.5 * (b.y() - a.y()), 0);
-		vSegs[i] = Segment2(a, mid); // collinear overlap, or close to it after rounding
-	}
-	ConstraintGraph2* pGraph(dt.createConstraint(vSegs, CIS_CONSTRAINED_DELAUNAY, false));
-	ASSERT_NE(pGraph, nullptr);
-	expectValid(inspect(&dt, pFrame, true));
-	EXPECT_EQ(countChainFaults(pGraph, false), 0);
-}
-
-TEST(ConstraintInsertion, ConformingStrategiesGiveDelaunayTriangulations)
-{
-	for(ConstraintInsertionStrategy cis : {CIS_CONFORMING_SEGMENT_HEIGHT, CIS_CONFORMING_SURFACE_HEIGHT})
-	{
-		std::mt19937 rng(21);
-		Dt2 dt(1000);
-		Point2* pFrame(insertFrame(dt, -1, 41));
-		dt.insertVector(randomPoints(rng, 200, 40));
-		std::vector<ConstraintGraph2*> vGraphs;
-		for(int batch = 0; batch < 2; ++batch)
-		{
-			std::vector<Segment2> vSegs(octilinearSegments(rng, 80, 40, 10));
-			vGraphs.push_back(dt.createConstraint(vSegs, cis, false));
-		}
-		expectValid(inspect(&dt, pFrame, false));
-		for(ConstraintGraph2* pGraph : vGraphs) EXPECT_EQ(countChainFaults(pGraph, true), 0);
 	}
 }
 
@@ -381,7 +233,7 @@ TEST(ConstraintInsertion, ConstraintEdgesSurviveLaterInsertions)
 {
 	std::mt19937 rng(5);
 	Dt2 dt(1000);
-	Point2* pFrame(insertFrame(dt, -1, 41));
+	insertFrame(dt, -1, 41);
 	dt.insertVector(randomPoints(rng, 200, 40));
 	std::vector<Segment2> vSegs(octilinearSegments(rng, 200, 40, 10));
 	ConstraintGraph2* pGraph(dt.createConstraint(vSegs, CIS_CONSTRAINED_DELAUNAY, false));
@@ -397,7 +249,7 @@ TEST(ConstraintInsertion, ConstraintEdgesSurviveLaterInsertions)
 	}
 	std::vector<Point2*> vLater;
 	dt.insertVector(randomPoints(rng, 2000, 40), vLater);
-	expectValid(inspect(&dt, pFrame, true));
+	mtest::validateMesh(dt, mtest::EmptyCircles::exceptConstraints);
 	EXPECT_EQ(countChainFaults(pGraph, true), 0);
 
 	// Removing vertices that are on no constraint keeps every piece an edge.
@@ -409,7 +261,7 @@ TEST(ConstraintInsertion, ConstraintEdgesSurviveLaterInsertions)
 		++numRemoved;
 	}
 	EXPECT_GT(numRemoved, 300u);
-	expectValid(inspect(&dt, pFrame, true));
+	mtest::validateMesh(dt, mtest::EmptyCircles::exceptConstraints);
 	EXPECT_EQ(countChainFaults(pGraph, true), 0);
 	// The library's own check agrees: constraint edges are exempt from the empty-circle test.
 	EXPECT_TRUE(dt.checkValidity(true, "constrained"));
@@ -417,7 +269,7 @@ TEST(ConstraintInsertion, ConstraintEdgesSurviveLaterInsertions)
 
 // ---- Bookkeeping ----
 
-TEST(ConstraintBookkeeping, CrossingSegmentsSplitIntoFourAliveHalves)
+TEST(ConstraintBookkeeping, CrossingSegmentsSplitIntoFourAliveHalvesAndWrite)
 {
 	Mirel_2D dt(100);
 	std::vector<Segment2> vSegs{Segment2(Point2(0, 0, 0), Point2(2, 2, 2)), Segment2(Point2(0, 2, 4), Point2(2, 0, 0))};
@@ -451,13 +303,31 @@ TEST(ConstraintBookkeeping, CrossingSegmentsSplitIntoFourAliveHalves)
 	}
 	// A constraint vertex stays: removal is refused with a warning.
 	size_t numPoints(dt.numberOfPoints());
-	testing::internal::CaptureStdout();
-	dt.remove(pCross);
-	std::string out(testing::internal::GetCapturedStdout());
+	std::string out(mtest::captureStdout([&] { dt.remove(pCross); }));
 	EXPECT_NE(out.find("Dt2::remove(..), WARNING: Illegal: Can't remove a constraint vertex"), std::string::npos);
 	EXPECT_EQ(dt.numberOfPoints(), numPoints);
 	EXPECT_TRUE(dt.isConstraint(pCross));
 	EXPECT_TRUE(dt.checkValidity(true, "constraintVertexKept"));
+
+	// The files: text pieces in the user's direction (the first from (0, 0, 0)
+	// to the crossing), the binary count, and the drawing.
+	pGraph->show("cons_graph.ps");
+	EXPECT_TRUE(std::ifstream("cons_graph.ps").good());
+	ConstraintMgr* pMgr(dt.getImpl()->getConstraintMgr());
+	out = mtest::captureStdout([&] {
+		EXPECT_TRUE(pMgr->writeConstraints("cons_test"));
+		EXPECT_TRUE(pMgr->writeConstraintsBIN("cons_test"));
+	});
+	EXPECT_NE(out.find("writes 4 child segments to cons_test_c0.con"), std::string::npos);
+	std::ifstream in("cons_test_c0.con");
+	std::vector<double> v;
+	for(double d; in >> d;) v.push_back(d);
+	ASSERT_EQ(v.size(), 24u);
+	EXPECT_TRUE(v[0] == 0.0 && v[3] == 1.0 && v[4] == 1.0);
+	std::ifstream bin("cons_test_con.bin", std::ios::binary);
+	uint64_t n(0);
+	bin.read(reinterpret_cast<char*>(&n), sizeof(n));
+	EXPECT_EQ(n, 4u);
 }
 
 TEST(ConstraintBookkeeping, SegmentThroughVertexSplitsThereWithoutNewVertex)
@@ -588,9 +458,7 @@ TEST(ConstraintBookkeeping, ConstraintsBeforeAreaAreEstablishedLater)
 	std::vector<Segment2> vLine{Segment2(Point2(0, 0, 0), Point2(4, 0, 0))};
 	pGraph = flat.createConstraint(vLine, CIS_CONSTRAINED_DELAUNAY, false);
 	ASSERT_NE(pGraph, nullptr);
-	testing::internal::CaptureStdout();
-	flat.applyConstraintsAndZones();
-	std::string out(testing::internal::GetCapturedStdout());
+	std::string out(mtest::captureStdout([&] { flat.applyConstraintsAndZones(); }));
 	EXPECT_NE(out.find("Dt2::applyConstraintsAndZones(), WARNING: The triangulation has no area yet."), std::string::npos);
 	flat.insert(Point2(2, -2, 0));
 	flat.insert(Point2(2, 1, 0)); // the segment is not an edge of this triangulation yet
@@ -598,8 +466,8 @@ TEST(ConstraintBookkeeping, ConstraintsBeforeAreaAreEstablishedLater)
 	flat.applyConstraintsAndZones();
 	std::vector<ConstraintSegment2*> vPieces;
 	pGraph->getChildConstraintSegments(vPieces);
-	for(ConstraintSegment2* pCSeg : vPieces) EXPECT_TRUE(isEdge(flat.getImpl(), pCSeg->getSrc(), pCSeg->getTrg()));
 	EXPECT_FALSE(vPieces.empty());
+	mtest::validateMesh(*flat.getImpl(), mtest::EmptyCircles::exceptConstraints);
 }
 
 TEST(ConstraintBookkeeping, VertexFilterFromTenThousandVertices)
@@ -667,9 +535,9 @@ TEST(ConstraintBookkeeping, SegmentLifecycleAndSplitTree)
 	for(size_t i = 0; i < 4; ++i)
 	{
 		EXPECT_TRUE(vPieces[i]->isAlive());
-		EXPECT_TRUE(isEdge(dt.getImpl(), vPieces[i]->getSrc(), vPieces[i]->getTrg()));
 		EXPECT_EQ(pGraph->isReverse(vPieces[i]) ? vPieces[i]->getSrc()->x() : vPieces[i]->getTrg()->x(), 2.0 * double(i + 1));
 	}
+	mtest::validateMesh(*dt.getImpl(), mtest::EmptyCircles::exceptConstraints);
 	testing::internal::CaptureStdout();
 	vLeaves[0]->getChildrenAndSplitPoint(pKid0, pKid1, pSplit);
 	std::ostringstream oss;
@@ -694,42 +562,10 @@ TEST(ConstraintBookkeeping, MakeDelaunaySplitsUntilPiecesAreDelaunay)
 	pGraph->getChildConstraintSegments(vPieces);
 	EXPECT_EQ(vPieces.size(), 1u);
 	EXPECT_TRUE(pGraph->makeDelaunay(0.001));
-	Point2* pAny(vPieces[0]->getSrc());
-	std::vector<Triangle2*> vT(collectTriangles(pAny));
-	EXPECT_EQ(countNonDelaunayEdges(dt.getImpl(), vT, false), 0);
+	mtest::validateMesh(*dt.getImpl(), mtest::EmptyCircles::everyEdge);
 	vPieces.clear();
 	pGraph->getChildConstraintSegments(vPieces);
 	EXPECT_GT(vPieces.size(), 1u);
-}
-
-TEST(ConstraintBookkeeping, WriteConstraintFiles)
-{
-	Mirel_2D dt(100);
-	dt.insert(Point2(1, -3, 0));
-	std::vector<Segment2> vSegs{Segment2(Point2(0, 0, 0), Point2(2, 2, 2)), Segment2(Point2(0, 2, 4), Point2(2, 0, 0))};
-	ConstraintGraph2* pGraph(dt.createConstraint(vSegs, CIS_CONSTRAINED_DELAUNAY, false));
-	pGraph->show("cons_graph.ps");
-	std::ifstream ps("cons_graph.ps");
-	EXPECT_TRUE(ps.good());
-	ConstraintMgr* pMgr(dt.getImpl()->getConstraintMgr());
-	testing::internal::CaptureStdout();
-	EXPECT_TRUE(pMgr->writeConstraints("cons_test"));
-	EXPECT_TRUE(pMgr->writeConstraintsBIN("cons_test"));
-	std::string out(testing::internal::GetCapturedStdout());
-	EXPECT_NE(out.find("writes 4 child segments to cons_test_c0.con"), std::string::npos);
-	std::ifstream in("cons_test_c0.con");
-	std::vector<double> v;
-	double d;
-	while(in >> d) v.push_back(d);
-	ASSERT_EQ(v.size(), 24u);
-	// In the user's direction: the first piece starts at (0, 0, 0) and ends at the crossing.
-	EXPECT_EQ(v[0], 0.0);
-	EXPECT_EQ(v[3], 1.0);
-	EXPECT_EQ(v[4], 1.0);
-	std::ifstream bin("cons_test_con.bin", std::ios::binary);
-	uint64_t n(0);
-	bin.read(reinterpret_cast<char*>(&n), sizeof(n));
-	EXPECT_EQ(n, 4u);
 }
 
 TEST(ConstraintBookkeeping, EstablishingReportsProgress)

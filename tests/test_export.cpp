@@ -105,19 +105,11 @@ void expectSameRecord(const MirelExport& a, const MirelExport& b)
 	EXPECT_TRUE(std::equal(a.aCustomIndices, a.aCustomIndices + a.numCustomIndices, b.aCustomIndices));
 }
 
+// A grid makes every cell cocircular; duplicates repeat earlier points.
 std::vector<Point2> randomPoints(std::mt19937& rng, size_t n, bool bGrid)
 {
-	std::uniform_real_distribution<double> d(0.0, 100.0);
-	std::vector<Point2> v;
-	for(size_t i = 0; i < n; ++i)
-	{
-		// A grid makes every cell cocircular; duplicates repeat earlier points.
-		Point2 p(bGrid ? Point2(double(i % 37), double(i / 37), d(rng)) : Point2(d(rng), d(rng), d(rng)));
-		if(!bGrid && i > 10 && i % 17 == 0) p = v[i / 2];
-		p.set(p.x(), p.y(), p.z(), int(1000 + i));
-		v.push_back(p);
-	}
-	return v;
+	if(bGrid) return mtest::gridPoints(37, int(n / 37), 1.0, 0.0);
+	return mtest::withDuplicates(rng, mtest::uniformPoints(rng, n / 2, 0.0, 100.0));
 }
 
 // A hand-made record (the arrays are the record's own) for the text formats.
@@ -207,35 +199,22 @@ TEST(MirelExport, EmptyAndCollinearTriangulations)
 	EXPECT_EQ(exLine.numTriangles, 0);
 }
 
+// OBJ files (six significant digits, 1-based corners; two coordinates per
+// vertex write z as 0), the printed record (no custom indices print -1) and
+// the writers' messages, all in one golden file.
 TEST(MirelExport, ObjAndPrintFormats)
 {
-	MirelExport ex;
+	MirelExport ex, ex2D;
 	fillRecord(ex, {0, 0, 0, 1.5, 0, 2, 1234567.891, 1, -0.25, 0, 3, 7}, {0, 1, 2, 0, 2, 3}, {10, -1, 12, 13}, 3);
-	testing::internal::CaptureStdout();
-	ASSERT_TRUE(ex.writeObj("export_format.obj"));
-	EXPECT_EQ(testing::internal::GetCapturedStdout(), "writing export_format.obj\n");
-	// Six significant digits, 1-based corners.
-	EXPECT_EQ(readFile("export_format.obj"), "# Written by Mirel2D\nv 0 0 0\nv 1.5 0 2\nv 1.23457e+06 1 -0.25\nv 0 3 7\nf 1 2 3\nf 1 3 4\n");
-
-	testing::internal::CaptureStdout();
-	ex.print();
-	EXPECT_EQ(testing::internal::GetCapturedStdout(),
-		"\nVertex 0 (customIndex=10): 0 0 0\nVertex 1 (customIndex=-1): 1.5 0 2\nVertex 2 (customIndex=12): 1.23457e+06 1 -0.25"
-		"\nVertex 3 (customIndex=13): 0 3 7\nTriangle 0: 0 1 2\nTriangle 1: 0 2 3\nTriangle 0 <-> Triangle 1\n");
-
-	// Two coordinates per vertex: z is written as 0; no custom indices print -1.
-	MirelExport ex2D;
 	fillRecord(ex2D, {0, 0, 4, 0, 0, 4}, {0, 1, 2}, {}, 2);
-	testing::internal::CaptureStdout();
-	ASSERT_TRUE(ex2D.writeObj("export_2d.obj"));
-	ex2D.print();
-	std::string out(testing::internal::GetCapturedStdout());
-	EXPECT_EQ(readFile("export_2d.obj"), "# Written by Mirel2D\nv 0 0 0\nv 4 0 0\nv 0 4 0\nf 1 2 3\n");
-	EXPECT_NE(out.find("\nVertex 1 (customIndex=-1): 4 0\n"), std::string::npos) << out;
-
-	testing::internal::CaptureStdout();
-	EXPECT_FALSE(ex.writeObj("no_such_folder/x.obj"));
-	EXPECT_EQ(testing::internal::GetCapturedStdout(), "Can't write no_such_folder/x.obj\n");
+	std::string out(mtest::captureStdout([&] {
+		EXPECT_TRUE(ex.writeObj("export_format.obj"));
+		ex.print();
+		EXPECT_TRUE(ex2D.writeObj("export_2d.obj"));
+		ex2D.print();
+		EXPECT_FALSE(ex.writeObj("no_such_folder/x.obj"));
+	}));
+	mtest::expectGolden("export_formats.txt", out + "--- export_format.obj\n" + readFile("export_format.obj") + "--- export_2d.obj\n" + readFile("export_2d.obj"));
 }
 
 TEST(MirelExport, RefusesARecordThatHoldsArrays)
@@ -245,24 +224,18 @@ TEST(MirelExport, RefusesARecordThatHoldsArrays)
 	dt.insert(randomPoints(rng, 50, false));
 	MirelExport ex;
 	dt.exportTriangulation(ex, false, false);
-	testing::internal::CaptureStdout();
-	EXPECT_THROW(dt.exportTriangulation(ex, false, false), MirelException);
-	std::string out(testing::internal::GetCapturedStdout());
+	std::string out(mtest::assertionBanner([&] { dt.exportTriangulation(ex, false, false); }));
 	EXPECT_NE(out.find("* Mirel, Condition [ mirelExport.aTriangles==0 failed ]\n  dt2Library/Dt2:"), std::string::npos) << out;
 	EXPECT_NE(out.find("  Function: MIREL25D::Dt2::exportTriangulationArray()"), std::string::npos) << out;
 
 	MirelExport exCustomOnly;
 	exCustomOnly.aCustomIndices = new int32_t[1];
-	testing::internal::CaptureStdout();
-	EXPECT_THROW(dt.exportTriangulation(exCustomOnly, true, false), MirelException);
-	out = testing::internal::GetCapturedStdout();
+	out = mtest::assertionBanner([&] { dt.exportTriangulation(exCustomOnly, true, false); });
 	EXPECT_NE(out.find("Condition [ mirelExport.aCustomIndices==0 failed ]"), std::string::npos) << out;
 
 	MirelExport exCounted;
 	exCounted.numCustomIndices = 4;
-	testing::internal::CaptureStdout();
-	EXPECT_THROW(dt.getImpl()->getVertexVault().export_fetchCustomIndices(exCounted), MirelException);
-	out = testing::internal::GetCapturedStdout();
+	out = mtest::assertionBanner([&] { dt.getImpl()->getVertexVault().export_fetchCustomIndices(exCounted); });
 	EXPECT_NE(out.find("Condition [ mirelExport.numCustomIndices==0 failed ]\n  dt2Library/VertexVault:"), std::string::npos) << out;
 	EXPECT_NE(out.find("  Function: MIREL25D::VertexVault::export_fetchCustomIndices()"), std::string::npos) << out;
 	// The triangulation survived the refused exports.
@@ -273,9 +246,7 @@ TEST(Mirel2DShow, DrawsEveryTriangleAndGhostscriptRendersIt)
 {
 	Mirel_2D dtEmpty;
 	std::remove("show_empty.ps");
-	testing::internal::CaptureStdout();
-	dtEmpty.show("show_empty.ps", false);
-	std::string out(testing::internal::GetCapturedStdout());
+	std::string out(mtest::captureStdout([&] { dtEmpty.show("show_empty.ps", false); }));
 	EXPECT_NE(out.find("Dt2::show(), WARNING: The triangulation has no area yet, no visualization"), std::string::npos) << out;
 	EXPECT_EQ(std::fopen("show_empty.ps", "r"), nullptr);
 

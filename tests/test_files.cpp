@@ -153,30 +153,21 @@ TEST(PointFiles, ReaderAndWriterMessages)
 	writeFile("msg31.bin", fileBytes(31, 1, {1, 2, 3, 4, 5, 6}));
 	std::vector<Point2> vPoints;
 	std::vector<Segment2> vSegments;
-	testing::internal::CaptureStdout();
-	EXPECT_FALSE(readPointsBIN("type25.bin", vPoints));
-	EXPECT_FALSE(readSegmentsBIN("type25.bin", vSegments));
-	EXPECT_FALSE(readSegmentsBIN("msg30.bin", vSegments));
-	EXPECT_FALSE(readPointsBIN("msg31.bin", vPoints));
-	EXPECT_FALSE(readPointsBIN("no_such_file.bin", vPoints));
-	EXPECT_FALSE(readSegmentsBIN("no_such_file.bin", vSegments));
-	EXPECT_FALSE(readXY("no_such_file.txt", vPoints));
-	EXPECT_FALSE(readXYZ("no_such_file.txt", vPoints));
-	EXPECT_FALSE(writePointsBIN("no_such_dir/p.bin", vPoints));
-	EXPECT_FALSE(writePointsASCII("no_such_dir/p.txt", vPoints));
-	EXPECT_FALSE(writeSegmentsBIN("no_such_dir/s.bin", vSegments));
-	EXPECT_EQ(testing::internal::GetCapturedStdout(),
-		"type25.bin has wrong filetype 25, expected: 30 or 20\n"
-		"type25.bin has wrong file type: 25 instead of 31 or 21\n"
-		"msg30.bin has wrong file type: 30 instead of 31 or 21\n"
-		"msg31.bin has wrong filetype 31, expected: 30 or 20\n"
-		"no_such_file.bin can't be read\n"
-		"no_such_file.bin can't be read\n"
-		"no_such_file.txt is unreadable\n"
-		"no_such_file.txt is unreadable\n"
-		"no_such_dir/p.bin can't be written\n"
-		"no_such_dir/p.txt can't be written\n"
-		"no_such_dir/s.bin can't be written\n");
+	// Wrong file types, missing files and folders: one line each (golden file).
+	std::string out(mtest::captureStdout([&] {
+		EXPECT_FALSE(readPointsBIN("type25.bin", vPoints));
+		EXPECT_FALSE(readSegmentsBIN("type25.bin", vSegments));
+		EXPECT_FALSE(readSegmentsBIN("msg30.bin", vSegments));
+		EXPECT_FALSE(readPointsBIN("msg31.bin", vPoints));
+		EXPECT_FALSE(readPointsBIN("no_such_file.bin", vPoints));
+		EXPECT_FALSE(readSegmentsBIN("no_such_file.bin", vSegments));
+		EXPECT_FALSE(readXY("no_such_file.txt", vPoints));
+		EXPECT_FALSE(readXYZ("no_such_file.txt", vPoints));
+		EXPECT_FALSE(writePointsBIN("no_such_dir/p.bin", vPoints));
+		EXPECT_FALSE(writePointsASCII("no_such_dir/p.txt", vPoints));
+		EXPECT_FALSE(writeSegmentsBIN("no_such_dir/s.bin", vSegments));
+	}));
+	mtest::expectGolden("file_messages.txt", out);
 	EXPECT_TRUE(vPoints.empty() && vSegments.empty());
 }
 

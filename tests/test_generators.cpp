@@ -76,10 +76,6 @@ TEST(Generators, RandomPointsUseHalvesOfTheNumbers)
 		EXPECT_TRUE(vPoints[i + 1].samePoint(Point2(r[i], r[100 + i], 0.0)));
 		EXPECT_EQ(vPoints[i + 1].getCustomIndex(), -1);
 	}
-	std::vector<Point2> vAgain{Point2(-1, -1, -1)};
-	generateRandomPoints(100, 5.0, 6.0, vAgain, 3);
-	EXPECT_TRUE(samePoints(vPoints, vAgain));
-
 	std::vector<double> r3;
 	generateRandomNumbers(3 * 50, -1.0, 1.0, r3, 9);
 	std::vector<Point2> v3;
@@ -153,10 +149,6 @@ TEST(Generators, RandomSegmentsStayInTheSquareAndBelowMaxLen)
 	std::vector<Segment2> vLong;
 	generateRandomSegments(300, 0.0, 1.0, 100.0, vLong, 5);
 	for(const Segment2& s : vLong) EXPECT_FALSE(s.getSrc() == s.getTrg());
-	std::vector<Segment2> vAgain;
-	generateRandomSegments(300, 0.0, 1.0, 100.0, vAgain, 5);
-	ASSERT_EQ(vAgain.size(), vLong.size());
-	for(size_t i = 0; i < vLong.size(); ++i) EXPECT_TRUE(vAgain[i].getSrc().samePoint(vLong[i].getSrc()) && vAgain[i].getTrg().samePoint(vLong[i].getTrg()));
 }
 
 TEST(Generators, RandomPolygonIsASimpleCounterclockwiseRing)
@@ -192,7 +184,7 @@ TEST(Generators, RandomPolygonIsASimpleCounterclockwiseRing)
 
 TEST(Generators, SurfaceGridSpansTheHeightRange)
 {
-	std::vector<Point2> vSurface, vAgain, vOther;
+	std::vector<Point2> vSurface, vOther;
 	generateRandomSurfacePoints(20, 15, 6, -5, 10, 100, 5, 40, 250, vSurface, 8);
 	ASSERT_EQ(vSurface.size(), 300u);
 	// Rows of 20 from (-5, 10) to (5, 40), evenly spaced.
@@ -208,10 +200,8 @@ TEST(Generators, SurfaceGridSpansTheHeightRange)
 	auto zRange(std::minmax_element(vSurface.begin(), vSurface.end(), [](const Point2& a, const Point2& b) { return a.z() < b.z(); }));
 	EXPECT_EQ(zRange.first->z(), 100.0);
 	EXPECT_EQ(zRange.second->z(), 250.0);
-	generateRandomSurfacePoints(20, 15, 6, -5, 10, 100, 5, 40, 250, vAgain, 8);
 	generateRandomSurfacePoints(20, 15, 6, -5, 10, 100, 5, 40, 250, vOther, 9);
-	EXPECT_TRUE(samePoints(vSurface, vAgain));
-	EXPECT_FALSE(samePoints(vSurface, vOther));
+	EXPECT_FALSE(samePoints(vSurface, vOther)); // the seed counts
 }
 
 TEST(Generators, SineSegmentsFormAPolyline)

@@ -1,39 +1,56 @@
-// Hilbert keys against a direct transcription of the curve's rule (one level
-// at a time from the top bit, position and next tables), on random cells and
-// on the grid's borders.
+// Hilbert keys by the curve's defining properties instead of a restated table:
+// on every aligned block of 2^k x 2^k cells the keys are a bijection onto one
+// run of 4^k consecutive keys, and consecutive keys name 4-adjacent cells.
 #include "HilbertGrid.h"
 #include <gtest/gtest.h>
+#include <cstdlib>
 #include <random>
+#include <vector>
 
 using namespace MIREL25D;
 
 namespace {
 
-uint32_t referenceKey(uint32_t gx, uint32_t gy)
+// The block of side 2^k with its low corner at (x0, y0), aligned to 2^k.
+void expectBlockIsACurve(uint32_t x0, uint32_t y0, int k)
 {
-	const unsigned aPosition[4][4] = {{0, 1, 3, 2}, {0, 3, 1, 2}, {2, 1, 3, 0}, {2, 3, 1, 0}};
-	const unsigned aNext[4][4] = {{1, 0, 2, 0}, {0, 3, 1, 1}, {2, 2, 0, 3}, {3, 1, 3, 2}};
-	uint32_t key(0);
-	unsigned state(0);
-	for(int level = 14; level >= 0; --level)
+	const uint32_t side(1u << k), numCells(side * side);
+	std::vector<int64_t> vCellOfKey(numCells, -1);
+	uint32_t base(HilbertGrid::computeKey(x0, y0) & ~(numCells - 1));
+	for(uint32_t dx = 0; dx < side; ++dx)
+		for(uint32_t dy = 0; dy < side; ++dy)
+		{
+			uint32_t key(HilbertGrid::computeKey(x0 + dx, y0 + dy));
+			ASSERT_EQ(key - (key & (numCells - 1)), base) << "block leaves its key run at " << x0 + dx << " " << y0 + dy;
+			ASSERT_EQ(vCellOfKey[key - base], -1) << "two cells with key " << key;
+			vCellOfKey[key - base] = int64_t(dx) * side + dy;
+		}
+	for(uint32_t i = 1; i < numCells; ++i)
 	{
-		unsigned q(2 * ((gx >> level) & 1u) + ((gy >> level) & 1u));
-		key = key * 4 + aPosition[state][q];
-		state = aNext[state][q];
+		int64_t a(vCellOfKey[i - 1]), b(vCellOfKey[i]);
+		ASSERT_EQ(std::llabs(a / side - b / side) + std::llabs(a % side - b % side), 1) << "keys " << base + i - 1 << " and " << base + i;
 	}
-	return key;
-}
-
-TEST(HilbertKey, EqualsTheLevelByLevelRule)
-{
-	std::mt19937 rng(5);
-	for(int i = 0; i < 200000; ++i)
-	{
-		uint32_t gx(rng() & 0x7fffu), gy(rng() & 0x7fffu);
-		ASSERT_EQ(HilbertGrid::computeKey(gx, gy), referenceKey(gx, gy)) << gx << " " << gy;
-	}
-	for(uint32_t a : {0u, 1u, 7u, 8u, 0x3fffu, 0x4000u, 0x7ffeu, 0x7fffu})
-		for(uint32_t b : {0u, 1u, 7u, 8u, 0x3fffu, 0x4000u, 0x7ffeu, 0x7fffu}) ASSERT_EQ(HilbertGrid::computeKey(a, b), referenceKey(a, b));
 }
 
 } // namespace
+
+TEST(HilbertKey, BijectiveOnAlignedBlocksWithAdjacentSuccessors)
+{
+	// The whole curve starts in the corner cell and covers the low block first.
+	EXPECT_EQ(HilbertGrid::computeKey(0, 0), 0u);
+	for(int k = 0; k <= 10; ++k) expectBlockIsACurve(0, 0, k);
+	// Blocks anywhere on the grid, at every level, the grid's far corner included.
+	const uint32_t maxCell((1u << HilbertGrid::NUM_LEVELS) - 1);
+	std::mt19937 rng(5);
+	for(int k = 1; k <= 8; ++k)
+	{
+		for(int i = 0; i < 40; ++i)
+		{
+			uint32_t mask(~((1u << k) - 1));
+			expectBlockIsACurve(rng() & maxCell & mask, rng() & maxCell & mask, k);
+		}
+		expectBlockIsACurve(maxCell & ~((1u << k) - 1), maxCell & ~((1u << k) - 1), k);
+	}
+	// Every key fits the grid's 2 * NUM_LEVELS bits.
+	EXPECT_LT(HilbertGrid::computeKey(maxCell, maxCell), 1u << (2 * HilbertGrid::NUM_LEVELS));
+}

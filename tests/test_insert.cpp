@@ -1,6 +1,6 @@
-// Insertion: collinear starts, duplicates resolving to the first point at a
-// place, handles in input order, points on hull lines, fast mode and progress;
-// every mesh checked by the exact validator of test_support.h.
+// Insertion: duplicates resolving to the first point at a place, points on
+// hull lines, fast mode and progress; every mesh checked by the exact
+// validator of test_support.h (collinear starts: tests/regression).
 #include "Dt2.h"
 #include "test_support.h"
 #include <cmath>
@@ -22,32 +22,6 @@ template<class T> std::vector<T> joined(std::vector<T> a, const std::vector<T>& 
 	return a;
 }
 } // namespace
-
-TEST(Insert, CollinearPointsWaitForTheFirstTriangle)
-{
-	// Single points: three on a line give no triangle, a fourth off it makes all four vertices.
-	Mirel_2D dt;
-	std::vector<Point2> vSingles{Point2(0, 0, 1), Point2(2, 2, 2), Point2(1, 1, 3)};
-	for(const Point2& p : vSingles) dt.insert(p);
-	EXPECT_FALSE(dt.is2D());
-	validate(dt, vSingles);
-	vSingles.push_back(Point2(5, 0, 4));
-	ASSERT_NE(nullptr, dt.insert(vSingles.back()));
-	validate(dt, vSingles);
-
-	// A batch: many collinear points (with repeats) stay without triangles;
-	// the next batch with one point off the line triangulates all of them.
-	Mirel_2D dtBatch;
-	std::vector<Point2> vLine;
-	for(int i = 0; i < 200; ++i) vLine.emplace_back(0.5 * (i % 97), 1.0 + (i % 97), i);
-	std::vector<Point2*> vHandles;
-	dtBatch.insert(vLine, vHandles);
-	checkHandles(vLine, vHandles);
-	validate(dtBatch, vLine);
-	std::vector<Point2> vOff{Point2(3.0, -7.0, 0.0)};
-	dtBatch.insert(vOff);
-	validate(dtBatch, joined(vLine, vOff));
-}
 
 TEST(Insert, DuplicatesResolveToTheFirstVertex)
 {
@@ -71,37 +45,6 @@ TEST(Insert, DuplicatesResolveToTheFirstVertex)
 	checkHandles(joined(vFirst, vSecond), joined(vFirstHandles, vSecondHandles));
 	validate(dt, joined(vFirst, vSecond));
 	EXPECT_TRUE(dt.getImpl()->getVertexVault().dupIsClean());
-}
-
-TEST(Insert, HandlesInInputOrder)
-{
-	std::mt19937 rng(3);
-	std::vector<Point2> vPoints(uniformPoints(rng, 5000, -1e3, 1e3));
-	Mirel_2D dt(static_cast<unsigned>(vPoints.size()));
-	std::vector<Point2*> vHandles;
-	dt.insert(vPoints, vHandles);
-	ASSERT_EQ(vPoints.size(), vHandles.size());
-	for(size_t i = 0; i < vPoints.size(); ++i)
-	{
-		ASSERT_TRUE(vHandles[i]->samePoint(vPoints[i]));
-		ASSERT_EQ(int(i), vHandles[i]->getCustomIndex());
-	}
-	EXPECT_EQ(vPoints.size(), std::set<Point2*>(vHandles.begin(), vHandles.end()).size());
-
-	// The coordinate array form: x, y, z triples, no custom index.
-	std::vector<double> vCoords;
-	for(const Point2& p : uniformPoints(rng, 2000, 5e2, 3e3))
-	{
-		for(double c : {p.x(), p.y(), p.z()}) vCoords.push_back(c);
-	}
-	std::vector<Point2*> vArrayHandles(2000, nullptr);
-	dt.insert(2000, &vCoords[0], &vArrayHandles[0]);
-	for(size_t i = 0; i < 2000; ++i)
-	{
-		ASSERT_TRUE(vArrayHandles[i]->samePoint(Point2(vCoords[3 * i], vCoords[3 * i + 1], vCoords[3 * i + 2])));
-		ASSERT_EQ(-1, vArrayHandles[i]->getCustomIndex());
-	}
-	EXPECT_EQ(7000u, dt.numberOfPoints());
 }
 
 TEST(Insert, GrowingBatchesThenSinglePointsOnAndBeyondHullLines)
@@ -177,14 +120,11 @@ TEST(Insert, ProgressReachesSubscribedListenersOnce)
 	EXPECT_TRUE(recorder.vValues.empty());
 }
 
-TEST(Insert, FacadeCapacityAndThreadCount)
+TEST(Insert, ZeroCapacityHint)
 {
 	std::mt19937 rng(13);
 	std::vector<Point2> vPoints(uniformPoints(rng, 100, 0, 1));
 	Mirel_2D dtTiny(0); // behaves as a capacity hint of 3
 	dtTiny.insert(vPoints);
 	validate(dtTiny, vPoints);
-	EXPECT_EQ(8, dtTiny.setNumCPU(8));
-	EXPECT_EQ(1, dtTiny.setNumCPU(-3));
-	EXPECT_GE(dtTiny.setNumCPU(0), 1);
 }

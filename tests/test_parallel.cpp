@@ -1,8 +1,7 @@
-// Parallel insertion against an independent validator (filtered doubles with
-// an exact rational fall-back) and against sequential insertion of the same
-// batch: exact Delaunay, same vertices, same handles (first z at a place),
-// the same triangles for points in general position, and no trace of the fake
-// box afterwards. Suites named *Parallel* stay small enough for the thread
+// Parallel insertion against the shared exact validator and against
+// sequential insertion of the same batch: exact Delaunay, the input places as
+// vertices (no trace of the fake box), handles by the first-copy rule, and the
+// same triangles for points in general position. Suites named *Parallel* stay small enough for the thread
 // sanitizer; LargeBatch holds the million-point cases.
 #include "Dt2.h"
 #include "Mirel_2D.h"
@@ -22,133 +21,34 @@ using namespace MIREL25D;
 
 namespace {
 
-bool samePlace(const Point2& a, const Point2& b)
-{
-	return a.x() == b.x() && a.y() == b.y();
-}
-
-// The shared validator, and the border that getConvexHull reports: as many
-// vertices as the mesh has border edges, counterclockwise, no right turn
-// anywhere (collinear border points are hull vertices), input points only.
-void validate(Mirel_2D& dt, const std::vector<Point2>& vPlaces)
-{
-	mtest::validate(dt, vPlaces);
-	if(::testing::Test::HasFatalFailure() || !dt.hasArea()) return;
-	std::set<Point2> sExpected(vPlaces.begin(), vPlaces.end());
-	std::vector<Point2*> vHull;
-	dt.getConvexHull(true, vHull);
-	// 2n-2-h triangles: the validator has checked h border edges.
-	ASSERT_EQ(vHull.size(), 2 * dt.numberOfPoints() - 2 - dt.numberOfTriangles());
-	for(size_t i = 0; i < vHull.size(); ++i)
-	{
-		const Point2* p(vHull[i]);
-		ASSERT_EQ(sExpected.count(*p), 1u) << "hull vertex not an input point";
-		ASSERT_GE(mtest::exactOrientation(*p, *vHull[(i + 1) % vHull.size()], *vHull[(i + 2) % vHull.size()]), 0) << "border not convex";
-	}
-}
-
-using TriangleKey = std::array<std::pair<double, double>, 3>;
-
-std::set<TriangleKey> triangleSet(Mirel_2D& dt)
-{
-	std::vector<Triangle2*> vT;
-	dt.getTrianglePointers(vT);
-	std::set<TriangleKey> s;
-	for(Triangle2* pT : vT)
-	{
-		TriangleKey k;
-		for(int i = 0; i < 3; ++i) k[size_t(i)] = std::make_pair(pT->getCorner(i)->x(), pT->getCorner(i)->y());
-		std::sort(k.begin(), k.end());
-		s.insert(k);
-	}
-	return s;
-}
-
-// Handle i of both runs: same place, same height, same custom index (the
-// first copy's), and equal places share one vertex within a run.
-void compareHandles(const std::vector<Point2>& vPoints, const std::vector<Point2*>& vSeq, const std::vector<Point2*>& vPar)
-{
-	ASSERT_EQ(vSeq.size(), vPoints.size());
-	ASSERT_EQ(vPar.size(), vPoints.size());
-	std::map<std::pair<double, double>, Point2*> mPar;
-	for(size_t i = 0; i < vPoints.size(); ++i)
-	{
-		ASSERT_NE(vPar[i], nullptr);
-		ASSERT_TRUE(samePlace(*vPar[i], vPoints[i]));
-		ASSERT_EQ(vPar[i]->z(), vSeq[i]->z()) << "input " << i;
-		ASSERT_EQ(vPar[i]->getCustomIndex(), vSeq[i]->getCustomIndex());
-		auto ins(mPar.insert(std::make_pair(std::make_pair(vPoints[i].x(), vPoints[i].y()), vPar[i])));
-		ASSERT_EQ(ins.first->second, vPar[i]) << "one place, two vertices";
-	}
-}
-
-// Inserts with numThreads and sequentially; checks the parallel result.
+// Inserts with numThreads and sequentially; the parallel result is valid, has
+// the handles of the sequential rule and, in general position, its triangles.
 void insertAndCompare(const std::vector<Point2>& vPoints, int numThreads, bool bSameTriangles)
 {
 	Mirel_2D seq(static_cast<unsigned>(vPoints.size())), par(static_cast<unsigned>(vPoints.size()));
 	ASSERT_EQ(par.setNumCPU(numThreads), numThreads);
-	std::vector<Point2*> vSeqHandles, vParHandles;
-	seq.insert(vPoints, vSeqHandles);
+	std::vector<Point2*> vParHandles;
+	seq.insert(vPoints);
 	par.insert(vPoints, vParHandles);
-	validate(par, vPoints);
-	if(::testing::Test::HasFatalFailure()) return;
-	ASSERT_EQ(par.numberOfPoints(), seq.numberOfPoints());
-	ASSERT_EQ(par.numberOfTriangles(), seq.numberOfTriangles());
-	compareHandles(vPoints, vSeqHandles, vParHandles);
-	if(bSameTriangles)
+	mtest::validate(par, vPoints);
+	mtest::checkHandles(vPoints, vParHandles);
+	if(bSameTriangles && !::testing::Test::HasFatalFailure())
 	{
-		ASSERT_TRUE(triangleSet(seq) == triangleSet(par)) << "triangles differ from sequential insertion";
+		ASSERT_TRUE(mtest::triangleKeys(seq) == mtest::triangleKeys(par)) << "triangles differ from sequential insertion";
 	}
 }
 
 std::vector<Point2> uniformPoints(unsigned seed, size_t n)
 {
 	std::mt19937 rng(seed);
-	std::uniform_real_distribution<double> d(-500.0, 1500.0);
-	std::vector<Point2> v;
-	v.reserve(n);
-	for(size_t i = 0; i < n; ++i)
-	{
-		v.push_back(Point2(d(rng), d(rng), double(i)));
-		v.back().setCustomIndex(int(i));
-	}
-	return v;
+	return mtest::uniformPoints(rng, n, -500.0, 1500.0);
 }
 
+// Not in scan order: the batch order must not matter.
 std::vector<Point2> gridPoints(int nx)
 {
-	std::vector<Point2> v;
-	for(int i = 0; i < nx; ++i)
-		for(int j = 0; j < nx; ++j) v.push_back(Point2(i, j, double(i * nx + j)));
-	// Not in scan order: the batch order must not matter.
+	std::vector<Point2> v(mtest::gridPoints(nx, nx, 1.0, 0.0));
 	std::shuffle(v.begin(), v.end(), std::mt19937(7));
-	return v;
-}
-
-// Tight clusters of very different sizes, some points repeated with other
-// heights (duplicates resolve to the first copy).
-std::vector<Point2> clusteredPoints(unsigned seed, size_t n)
-{
-	std::mt19937 rng(seed);
-	std::uniform_real_distribution<double> centre(0.0, 1e4);
-	std::vector<Point2> v;
-	size_t c(0);
-	while(v.size() < n)
-	{
-		std::normal_distribution<double> spread(0.0, c % 3 == 0 ? 1e-3 : 10.0);
-		double cx(centre(rng)), cy(centre(rng));
-		size_t m(std::min(n - v.size(), size_t(500) << (c % 5)));
-		for(size_t i = 0; i < m; ++i) v.push_back(Point2(cx + spread(rng), cy + spread(rng), double(v.size())));
-		++c;
-	}
-	std::uniform_int_distribution<size_t> pick(0, v.size() - 1);
-	for(size_t i = 0; i < n / 50; ++i)
-	{
-		Point2 p(v[pick(rng)]);
-		p.setZ(-1.0 - double(i));
-		v.push_back(p);
-	}
-	std::shuffle(v.begin(), v.end(), rng);
 	return v;
 }
 
@@ -172,78 +72,8 @@ TEST_P(ParallelInsert, GridIsDelaunayWithSequentialVertices)
 
 TEST_P(ParallelInsert, ClustersWithDuplicates)
 {
-	insertAndCompare(clusteredPoints(11u + unsigned(GetParam()), 30000), GetParam(), false);
-}
-
-// A second batch lands in an existing triangulation, partly outside it; the
-// validator sees both batches and no fake corner.
-TEST_P(ParallelInsert, SecondBatchIntoExistingMesh)
-{
-	std::vector<Point2> vFirst(uniformPoints(21, 20000));
-	std::vector<Point2> vSecond(uniformPoints(22, 30000));
-	for(Point2& p : vSecond) p.setCoords(p.x() * 1.5 - 800.0, p.y() * 0.7 + 100.0, p.z());
-	vSecond.push_back(vFirst[17]); // an old place again
-	Mirel_2D dt;
-	dt.setNumCPU(GetParam());
-	dt.insert(vFirst);
-	std::vector<Point2*> vHandles;
-	dt.insert(vSecond, vHandles);
-	std::vector<Point2> vAll(vFirst);
-	vAll.insert(vAll.end(), vSecond.begin(), vSecond.end());
-	validate(dt, vAll);
-	ASSERT_EQ(vHandles.back()->z(), vFirst[17].z()); // the old vertex stays
-	ASSERT_EQ(dt.numberOfPoints(), vFirst.size() + vSecond.size() - 1);
-}
-
-TEST_P(ParallelInsert, BatchAfterCollinearPoints)
-{
-	Mirel_2D dt;
-	dt.setNumCPU(GetParam());
-	std::vector<Point2> vLine;
-	for(int i = 0; i < 50; ++i) vLine.push_back(Point2(i, 2 * i, 0.0));
-	dt.insert(vLine);
-	ASSERT_FALSE(dt.hasArea());
-	std::vector<Point2> vBatch(uniformPoints(5, 5000));
-	dt.insert(vBatch);
-	vBatch.insert(vBatch.end(), vLine.begin(), vLine.end());
-	validate(dt, vBatch);
-}
-
-// All points on one line: the batch takes the parallel path, and once the fake
-// box is gone nothing with an area is left.
-TEST_P(ParallelInsert, CollinearBatchHasNoTriangles)
-{
-	Mirel_2D dt;
-	dt.setNumCPU(GetParam());
-	std::vector<Point2> vLine;
-	for(int i = 0; i < 3000; ++i) vLine.push_back(Point2(0.5 * i, 100.0 - 0.25 * i, double(i)));
-	std::shuffle(vLine.begin(), vLine.end(), std::mt19937(3));
-	std::vector<Point2*> vHandles;
-	dt.insert(vLine, vHandles);
-	validate(dt, vLine);
-	ASSERT_FALSE(dt.hasArea());
-	ASSERT_EQ(dt.numberOfPoints(), vLine.size());
-	for(size_t i = 0; i < vLine.size(); ++i) ASSERT_EQ(vHandles[i]->z(), vLine[i].z());
-}
-
-// One place given many times: one vertex, the first height, no triangle; the
-// fake box around a single place is removed completely.
-TEST_P(ParallelInsert, OnePlaceManyTimes)
-{
-	std::vector<Point2> vPoints;
-	for(int i = 0; i < 2500; ++i) vPoints.push_back(Point2(3.25, -7.5, double(i)));
-	Mirel_2D dt;
-	dt.setNumCPU(GetParam());
-	std::vector<Point2*> vHandles;
-	dt.insert(vPoints, vHandles);
-	validate(dt, vPoints);
-	ASSERT_EQ(dt.numberOfPoints(), 1u);
-	ASSERT_FALSE(dt.hasArea());
-	for(Point2* pHandle : vHandles)
-	{
-		ASSERT_EQ(pHandle, vHandles[0]);
-		ASSERT_EQ(pHandle->z(), 0.0);
-	}
+	std::mt19937 rng(11u + unsigned(GetParam()));
+	insertAndCompare(mtest::withDuplicates(rng, mtest::clusteredPoints(rng, 30000)), GetParam(), false);
 }
 
 // The coordinate-array entry point takes the same path; handles in input order.
@@ -262,17 +92,12 @@ TEST_P(ParallelInsert, CoordinateArrayWithHandles)
 	dt.setNumCPU(GetParam());
 	std::vector<Point2*> vHandles(vPoints.size(), nullptr);
 	dt.insert(int(vPoints.size()), &vCoords[0], &vHandles[0]);
-	validate(dt, vPoints);
-	for(size_t i = 0; i < vPoints.size(); ++i)
-	{
-		ASSERT_TRUE(samePlace(*vHandles[i], vPoints[i]));
-		ASSERT_EQ(vHandles[i]->getCustomIndex(), -1);
-	}
-	ASSERT_EQ(vHandles.back(), vHandles[100]);
-	ASSERT_EQ(vHandles.back()->z(), vPoints[100].z());
+	mtest::validate(dt, vPoints);
+	for(Point2& p : vPoints) p.setCustomIndex(-1); // the array form carries none
+	mtest::checkHandles(vPoints, vHandles);
 }
 
-INSTANTIATE_TEST_SUITE_P(Threads, ParallelInsert, ::testing::Values(2, 3, 4, 8));
+INSTANTIATE_TEST_SUITE_P(Threads, ParallelInsert, ::testing::Values(1, 2, 3, 4, 8));
 
 TEST(ParallelConfig, SetNumCPU)
 {
@@ -288,7 +113,7 @@ TEST(ParallelConfig, SetNumCPU)
 	std::vector<Point2> vPoints(uniformPoints(9, 3000));
 	dt.setNumCPU(-1);
 	dt.insert(vPoints);
-	validate(dt, vPoints);
+	mtest::validate(dt, vPoints);
 }
 
 // ---- Large batches (outside the sanitizer's selection) ----
@@ -313,17 +138,18 @@ TEST_P(LargeBatch, SecondLargeBatchEqualsSequential)
 	for(Point2& p : vSecond) p.setCoords(p.x() * 1.3 + 200.0, p.y(), p.z());
 	Mirel_2D seq, par;
 	par.setNumCPU(GetParam());
-	std::vector<Point2*> vSeqHandles, vParHandles;
+	std::vector<Point2*> vFirstHandles, vParHandles;
 	seq.insert(vFirst);
-	par.insert(vFirst);
-	seq.insert(vSecond, vSeqHandles);
+	par.insert(vFirst, vFirstHandles);
+	seq.insert(vSecond);
 	par.insert(vSecond, vParHandles);
 	std::vector<Point2> vAll(vFirst);
 	vAll.insert(vAll.end(), vSecond.begin(), vSecond.end());
-	validate(par, vAll);
+	vFirstHandles.insert(vFirstHandles.end(), vParHandles.begin(), vParHandles.end());
+	mtest::validate(par, vAll);
+	mtest::checkHandles(vAll, vFirstHandles);
 	if(HasFatalFailure()) return;
-	compareHandles(vSecond, vSeqHandles, vParHandles);
-	ASSERT_TRUE(triangleSet(seq) == triangleSet(par));
+	ASSERT_TRUE(mtest::triangleKeys(seq) == mtest::triangleKeys(par));
 }
 
 INSTANTIATE_TEST_SUITE_P(Big, LargeBatch, ::testing::Values(2, 4));

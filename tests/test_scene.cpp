@@ -16,11 +16,6 @@ namespace fs = std::filesystem;
 
 typedef std::array<double, 3> Coords;
 
-std::string dataFile(const std::string& name)
-{
-	return (fs::path(__FILE__).parent_path() / "data" / name).string();
-}
-
 // ---------------------------------------------------------------------------
 // Readers of the files this library writes. LIST: OFF polyhedra and VECT
 // objects, each after its keyword line; a face is its corner indices and
@@ -38,7 +33,6 @@ struct ListFile
 {
 	std::vector<std::string> vLines;
 	std::vector<SceneObject> vOff, vVect;
-	std::vector<std::string> vSpheres;
 };
 
 ListFile readList(const std::string& filename)
@@ -100,20 +94,10 @@ ListFile readList(const std::string& filename)
 			list.vVect.push_back(object);
 		}
 		else
-		{
-			if(vLines[i].find("{SPHERE") != std::string::npos) list.vSpheres.push_back(vLines.at(i + 1) + " " + vLines.at(i + 2));
 			continue;
-		}
 		EXPECT_EQ("}", vLines.at(++i)) << "object not closed";
 	}
 	return list;
-}
-
-std::vector<size_t> polylineSizes(const SceneObject& vect)
-{
-	std::vector<size_t> vSizes;
-	for(const std::vector<size_t>& v : vect.vFaces) vSizes.push_back(v[0]);
-	return vSizes;
 }
 
 SceneObject readObj(const std::string& filename)
@@ -181,16 +165,6 @@ bool containsMessage(const std::string& out, const std::string& place, const std
 // ---------------------------------------------------------------------------
 // Colours
 
-#define MIREL_NAMED_COLOR(name) {#name, Visualizer3::name}
-const std::vector<std::pair<std::string, const char*>> vNamedColors = {MIREL_NAMED_COLOR(CLIGHTBLUE), MIREL_NAMED_COLOR(CDARKBLUE),
-	MIREL_NAMED_COLOR(CYELLOW), MIREL_NAMED_COLOR(CPINK), MIREL_NAMED_COLOR(CBLACK), MIREL_NAMED_COLOR(CLIGHTBROWN), MIREL_NAMED_COLOR(CDARKBROWN),
-	MIREL_NAMED_COLOR(CORANGE), MIREL_NAMED_COLOR(CPURPLE), MIREL_NAMED_COLOR(CGRAY), MIREL_NAMED_COLOR(CLIGHTGRAY), MIREL_NAMED_COLOR(CRED),
-	MIREL_NAMED_COLOR(CGREEN), MIREL_NAMED_COLOR(CWHITE), MIREL_NAMED_COLOR(CRIMSON), MIREL_NAMED_COLOR(CDARKORANGE), MIREL_NAMED_COLOR(CGOLDENROD),
-	MIREL_NAMED_COLOR(COLIVE), MIREL_NAMED_COLOR(CLAWNGREEN), MIREL_NAMED_COLOR(CGREENYELLOW), MIREL_NAMED_COLOR(CPALEGREEN),
-	MIREL_NAMED_COLOR(CMEDSPRINGGREEN), MIREL_NAMED_COLOR(CLIGHTSEAGREAN), MIREL_NAMED_COLOR(CCYAN), MIREL_NAMED_COLOR(CSTEELBLUE),
-	MIREL_NAMED_COLOR(MIDNIGHTBLUE), MIREL_NAMED_COLOR(CWHEAT)};
-#undef MIREL_NAMED_COLOR
-
 int tableIndex(const char* color)
 {
 	for(int i = 0; i < 27; ++i)
@@ -204,15 +178,11 @@ void rewindCursor()
 	for(int i = 0; i < 60 && std::string(Visualizer3::getNextColor()) != Visualizer3::CWHEAT; ++i) {}
 }
 
-TEST(Visualizer3Colors, TableNamesAndTextsAsStored)
+TEST(Visualizer3Colors, TableTextsAsStored)
 {
 	std::ostringstream table;
-	for(size_t i = 0; i < vNamedColors.size(); ++i)
-	{
-		EXPECT_EQ(vNamedColors[i].second, Visualizer3::getColor(int(i))) << vNamedColors[i].first;
-		table << i << " " << vNamedColors[i].first << " [" << Visualizer3::getColor(int(i)) << "]\n";
-	}
-	EXPECT_EQ(readFile(dataFile("visualizer3_colors.txt")), table.str());
+	for(int i = 0; i < 27; ++i) table << i << " [" << Visualizer3::getColor(i) << "]\n";
+	mtest::expectGolden("visualizer3_colors.txt", table.str());
 	std::string out(captureStdout([] { EXPECT_EQ(nullptr, Visualizer3::getColor(27)); }));
 	EXPECT_TRUE(containsMessage(out, "Visualizer3::getColor()", "27"));
 	EXPECT_EQ(nullptr, Visualizer3::getColor(-1));
@@ -231,15 +201,18 @@ TEST(Visualizer3Colors, CursorSkipsItsColorsAndStartsOver)
 	EXPECT_EQ(0, vIndices[25]);
 	// getNextColorAndName shares the cursor, also skips 13 and names each colour.
 	std::set<int> sNamed;
+	std::set<std::string> sNames;
 	for(int i = 0; i < 23; ++i)
 	{
 		const char* name(nullptr);
 		int index(tableIndex(Visualizer3::getNextColorAndName(name)));
 		ASSERT_GE(index, 1);
-		EXPECT_EQ(vNamedColors[size_t(index)].first, name);
+		ASSERT_NE(name, nullptr);
+		sNames.insert(name);
 		sNamed.insert(index);
 	}
 	EXPECT_EQ(23u, sNamed.size());
+	EXPECT_EQ(23u, sNames.size());
 	for(int skipped : {8, 10, 13}) EXPECT_EQ(0u, sNamed.count(skipped));
 	EXPECT_EQ(Visualizer3::CLIGHTBLUE, Visualizer3::getNextColor());
 }
@@ -284,7 +257,7 @@ TEST(Visualizer3List, OneTriangleAsStored)
 		Visualizer3 vis("one_triangle.list");
 		vis.writeTriangle(t, Visualizer3::CLIGHTBLUE);
 	});
-	EXPECT_EQ(readFile(dataFile("geomview_one_triangle.list")), readFile("one_triangle.list"));
+	mtest::expectGolden("geomview_one_triangle.list", readFile("one_triangle.list"));
 	// The same through the facade, whichever corner the triangulation puts first.
 	Mirel_2D dt;
 	dt.insert(std::vector<Point2>{a, b, c});
@@ -354,7 +327,9 @@ TEST(Visualizer3List, TerrainTrianglesEdgesAndNormalsReadBack)
 	}
 }
 
-TEST(Visualizer3List, SegmentsPointsBallsAndCubesReadBack)
+// Segments, points, a ball and cubes (outward faces; a count that is no
+// multiple of 8 refused), and a triangle with a NaN corner left out.
+TEST(Visualizer3List, SegmentsPointsBallsAndCubesAsStored)
 {
 	std::vector<Segment2> vSegments{Segment2(Point2(0, 0, 1), Point2(2, 0, 1)), Segment2(Point2(2, 0, 1), Point2(2, 3, 4))};
 	std::vector<Point2> vCube;
@@ -376,41 +351,7 @@ TEST(Visualizer3List, SegmentsPointsBallsAndCubesReadBack)
 	EXPECT_NE(std::string::npos, out.find("Visualizer3::writePoints: no points"));
 	EXPECT_TRUE(containsMessage(out, "Visualizer3::writeCubes()", "vPoints.size() must be a multiple of 8"));
 	EXPECT_TRUE(containsMessage(out, "Visualizer3::writeTriangles()", "non-finite"));
-	ListFile list(readList("mixed.list"));
-	ASSERT_EQ(3u, list.vVect.size());
-	EXPECT_EQ((std::vector<size_t>{2, 2}), polylineSizes(list.vVect[0]));
-	EXPECT_EQ((std::vector<Coords>{{0, 0, 1}, {2, 0, 1}, {2, 0, 1}, {2, 3, 4}}), list.vVect[0].vVertices);
-	EXPECT_EQ((std::vector<size_t>{1, 1, 1, 1}), polylineSizes(list.vVect[1]));
-	EXPECT_EQ(list.vVect[0].vVertices, list.vVect[1].vVertices);
-	EXPECT_EQ("appearance{linewidth 5}", list.vVect[2].appearance);
-	EXPECT_EQ((std::vector<Coords>{{1, 2, 3}}), list.vVect[2].vVertices);
-	EXPECT_EQ(Visualizer3::CGREEN, list.vVect[2].vColors[0]);
-	ASSERT_EQ(1u, list.vSpheres.size());
-	EXPECT_EQ("0.5 5 6 7", list.vSpheres[0]);
-	// Two boxes of six outward quadrilaterals; the triangle with a NaN corner is left out.
-	ASSERT_EQ(3u, list.vOff.size());
-	for(size_t c = 0; c < 2; ++c)
-	{
-		const SceneObject& box(list.vOff[c]);
-		ASSERT_EQ(8u, box.vVertices.size());
-		ASSERT_EQ(6u, box.vFaces.size());
-		Coords mid{0, 0, 0};
-		for(const Coords& v : box.vVertices)
-			for(int d = 0; d < 3; ++d) mid[d] += v[d] / 8;
-		std::set<size_t> sUsed;
-		for(const std::vector<size_t>& f : box.vFaces)
-		{
-			ASSERT_EQ(4u, f.size());
-			sUsed.insert(f.begin(), f.end());
-			const Coords& a(box.vVertices[f[0]]);
-			const Coords& b(box.vVertices[f[1]]);
-			const Coords& d(box.vVertices[f[3]]);
-			Vector2 normal(crossProduct(Vector2(b[0] - a[0], b[1] - a[1], b[2] - a[2]), Vector2(d[0] - a[0], d[1] - a[1], d[2] - a[2])));
-			EXPECT_GT(normal * Vector2(a[0] - mid[0], a[1] - mid[1], a[2] - mid[2]), 0.0) << "face turned inwards";
-		}
-		EXPECT_EQ(8u, sUsed.size());
-	}
-	EXPECT_EQ(0u, list.vOff[2].vFaces.size());
+	mtest::expectGolden("visualizer3_mixed.list", readFile("mixed.list"));
 }
 
 // ---------------------------------------------------------------------------

@@ -3,7 +3,6 @@
 // mesh, the console no JavaScript error, and nothing may come from the net.
 #include "Mirel25D.h"
 #include "test_support.h"
-#include <png.h>
 #include <algorithm>
 #include <cctype>
 #include <cstdio>
@@ -18,27 +17,6 @@ using mtest::readFile;
 namespace fs = std::filesystem;
 
 const char* const CHROMIUM("/usr/bin/chromium");
-
-// The distinct RGB values of a screenshot.
-struct Picture
-{
-	bool bRead = false;
-	std::set<unsigned> sColors;
-};
-
-Picture readPng(const std::string& filename)
-{
-	Picture picture;
-	png_image image{};
-	image.version = PNG_IMAGE_VERSION;
-	if(!png_image_begin_read_from_file(&image, filename.c_str())) return picture;
-	image.format = PNG_FORMAT_RGB;
-	std::vector<unsigned char> vPixels(PNG_IMAGE_SIZE(image));
-	if(!png_image_finish_read(&image, nullptr, vPixels.data(), 0, nullptr)) return picture;
-	picture.bRead = true;
-	for(size_t i = 0; i + 2 < vPixels.size(); i += 3) picture.sColors.insert((unsigned(vPixels[i]) << 16) | (unsigned(vPixels[i + 1]) << 8) | vPixels[i + 2]);
-	return picture;
-}
 
 // A terrain in survey coordinates (eastings near 5e5, northings near 5e6),
 // where float32 alone would lose the metres.
@@ -126,9 +104,11 @@ TEST(SceneBrowser, TerrainSceneOpensFromDiskAndDrawsTheMesh)
 			if(line.find("Mirel scene: ready: " + std::to_string(dt.numberOfTriangles()) + " triangles") != std::string::npos) ready = line;
 		}
 		EXPECT_FALSE(ready.empty()) << view.first << ": the page did not report its first frame\n" << run.log;
-		Picture picture(readPng(screenshot));
-		ASSERT_TRUE(picture.bRead) << screenshot;
-		EXPECT_GT(picture.sColors.size(), view.second) << view.first;
+		mtest::Image picture;
+		ASSERT_TRUE(mtest::readPng(screenshot, picture)) << screenshot;
+		std::set<std::string> sColors; // the distinct RGB values
+		for(size_t i = 0; i + 2 < picture.rgb.size(); i += 3) sColors.insert(picture.rgb.substr(i, 3));
+		EXPECT_GT(sColors.size(), view.second) << view.first;
 	}
 }
 

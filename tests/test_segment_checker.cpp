@@ -1,4 +1,5 @@
 #include "SegmentChecker.h"
+#include "test_support.h"
 #include "tools.h"
 #include <gtest/gtest.h>
 #include <algorithm>
@@ -169,35 +170,16 @@ TEST(SegmentChecker, IllegalSegmentsAndIntersectorsMatchBruteForce)
 	}
 }
 
-TEST(SegmentChecker, SharedEndpointTJunctionAndCollinearCases)
+TEST(SegmentChecker, IndicesAndTypeNames)
 {
-	Segment2 a(Point2(0, 0, 0), Point2(4, 0, 0));
-	Segment2 sharedEnd(Point2(0, 0, 0), Point2(-1, 3, 0));
-	Segment2 tee(Point2(2, 0, 0), Point2(2, 5, 0));
-	Segment2 overlap(Point2(6, 0, 0), Point2(3, 0, 0));
-	Segment2 disjointCollinear(Point2(7, 0, 0), Point2(9, 0, 0));
-	Segment2 pointOnA(Point2(1, 0, 0), Point2(1, 0, 0));
-	std::vector<Segment2*> v{&a, &sharedEnd, &tee, &overlap, &disjointCollinear, &pointOnA};
-	SegmentChecker checker(v);
-	EXPECT_EQ(checker.getIntersectionType(&a, &sharedEnd), SIT_ENDPOINT);
-	EXPECT_EQ(checker.getIntersectionType(&a, &tee), SIT_POINT);
-	EXPECT_EQ(checker.getIntersectionType(&a, &overlap), SIT_SEGMENT);
-	EXPECT_EQ(checker.getIntersectionType(&a, &disjointCollinear), SIT_NONE);
-	EXPECT_EQ(checker.getIntersectionType(&pointOnA, &a), SIT_POINT);
+	RandomSegments rs(3, 6, 4, 2, 0);
+	SegmentChecker checker(rs.vSegments);
+	EXPECT_EQ(checker.getNumberOfSegments(), 6u);
+	EXPECT_EQ(checker.getSegment(2), rs.vSegments[2]);
+	EXPECT_EQ(checker.getIndex(rs.vSegments[3]), 3u);
+	EXPECT_THROW(checker.getSegment(6), MirelException);
 	EXPECT_EQ(checker.getIntersectionTypeString(SIT_ENDPOINT), "SIT_ENDPOINT");
 	EXPECT_EQ(checker.getIntersectionTypeString(SegmentIntersectionType(9)), "UNKNOWN SIT");
-	EXPECT_EQ(checker.getNumberOfSegments(), 6u);
-	EXPECT_EQ(checker.getSegment(2), &tee);
-	EXPECT_EQ(checker.getIndex(&overlap), 3u);
-	EXPECT_THROW(checker.getSegment(6), MirelException);
-
-	// Only the shared endpoint makes sharedEnd illegal.
-	std::vector<Segment2*> vIllegal;
-	checker.getIllegalSegments(false, vIllegal);
-	EXPECT_EQ(vIllegal, (std::vector<Segment2*>{&a, &tee, &overlap, &pointOnA}));
-	vIllegal.clear();
-	checker.getIllegalSegments(true, vIllegal);
-	EXPECT_EQ(vIllegal, (std::vector<Segment2*>{&a, &sharedEnd, &tee, &overlap, &pointOnA}));
 }
 
 TEST(SegmentChecker, IntersectionPointAndOverlapCarryHeightsOfEachSegment)
@@ -238,9 +220,7 @@ TEST(SegmentChecker, IntersectionPointAndOverlapCarryHeightsOfEachSegment)
 	EXPECT_EQ(o1.getSrc().z(), 2.0);
 	EXPECT_EQ(o2.getSrc().z(), 20.0);
 	EXPECT_EQ(o2.getTrg().z(), 40.0);
-	testing::internal::CaptureStdout();
-	EXPECT_FALSE(checker.getIntersectionSegment(s1, s2, o1, o2));
-	out = testing::internal::GetCapturedStdout();
+	out = mtest::captureStdout([&] { EXPECT_FALSE(checker.getIntersectionSegment(s1, s2, o1, o2)); });
 	EXPECT_NE(out.find("segments seem to be non-collinear"), std::string::npos);
 }
 
@@ -258,9 +238,7 @@ TEST(SegmentChecker, ProgressAndSubscriptions)
 	} counter;
 	RandomSegments rs(5, 300, 40, 5, 0);
 	SegmentChecker checker(rs.vSegments);
-	testing::internal::CaptureStdout();
-	checker.unsubscribe(MSG_PROGRESS, &counter);
-	std::string out(testing::internal::GetCapturedStdout());
+	std::string out(mtest::captureStdout([&] { checker.unsubscribe(MSG_PROGRESS, &counter); }));
 	EXPECT_NE(out.find("No publisher present"), std::string::npos);
 	checker.subscribe(MSG_PROGRESS, &counter);
 	checker.subscribe(MSG_PROGRESS, &counter);
@@ -279,9 +257,7 @@ TEST(SegmentChecker, DrawingsListTheCounts)
 	Segment2 c(Point2(0, 3, 0), Point2(4, 3, 0));
 	std::vector<Segment2*> v{&a, &b, &c};
 	SegmentChecker checker(v);
-	testing::internal::CaptureStdout();
-	checker.showSegments("segchk_all.ps");
-	std::string out(testing::internal::GetCapturedStdout());
+	std::string out(mtest::captureStdout([&] { checker.showSegments("segchk_all.ps"); }));
 	EXPECT_NE(out.find("SegmentChecker::showSegments(), numSegments=3"), std::string::npos);
 	checker.showIllegalSegments(false, "segchk_illegal.ps");
 	std::ifstream in("segchk_illegal.ps");

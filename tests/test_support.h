@@ -3,11 +3,15 @@
 // their own, no library predicate), a validator of a whole triangulation,
 // point sets that stress it, output capture, and rendering a PostScript
 // drawing with Ghostscript.
+#include "ConstraintSegment2.h"
+#include "Dt2.h"
 #include "MirelException.h"
 #include "Mirel_2D.h"
 #include <gmpxx.h>
 #include <gtest/gtest.h>
+#include <png.h>
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstdlib>
 #include <fstream>
@@ -35,6 +39,23 @@ inline size_t countOf(const std::string& text, const std::string& what)
 	size_t n(0);
 	for(size_t pos = text.find(what); pos != std::string::npos; pos = text.find(what, pos + what.size())) ++n;
 	return n;
+}
+
+// Byte-exact expected texts live in files under tests/data. Run the tests with
+// MIREL_REGENERATE_GOLDEN=1 in the environment to write the texts produced
+// instead of comparing them (then review the difference before committing).
+inline void expectGolden(const std::string& name, const std::string& actual)
+{
+	std::string path(std::string(MIREL_TEST_DATA_DIR) + "/" + name);
+	const char* regenerate(std::getenv("MIREL_REGENERATE_GOLDEN"));
+	if(regenerate != nullptr && std::string(regenerate) == "1")
+	{
+		std::ofstream(path, std::ios::binary) << actual;
+		return;
+	}
+	std::ifstream in(path, std::ios::binary);
+	ASSERT_TRUE(bool(in)) << "missing golden file " << path << " (MIREL_REGENERATE_GOLDEN=1 writes it)";
+	EXPECT_EQ(actual, readFile(path)) << "differs from " << path;
 }
 
 template<typename T> std::string streamed(const T& value)
@@ -142,34 +163,33 @@ inline size_t countHullPlaces(std::vector<Point2> vPoints)
 	return vHull.size();
 }
 
-// Validates the whole mesh against the places that must be its vertices:
-// exactly those vertices, counterclockwise triangles, mutual neighbour links
-// over identical edges, valid incident triangles, 2n-2-h triangles and, unless
-// bDelaunay is false, the exact empty-circle property of every edge.
-inline void validate(Mirel_2D& dt, const std::vector<Point2>& vExpectedPlaces, bool bDelaunay = true)
+enum class EmptyCircles
+{
+	ignored,          // topology only
+	everyEdge,        // Delaunay
+	exceptConstraints // constrained Delaunay: constraint pieces are exempt
+};
+
+// The one validator of every suite, in exact rationals (no library predicate):
+// counterclockwise triangles, mutual neighbour links over identical edges, valid
+// incident triangles, 2n-2-h triangles and h border edges (h from an independent
+// hull), the empty-circle property as asked, and every alive constraint piece an
+// edge of the mesh, no two pieces on one edge. A mesh whose points all lie on
+// one line has no triangle.
+inline void validateMesh(Dt2& dt, EmptyCircles emptyCircles = EmptyCircles::everyEdge)
 {
 	std::vector<Triangle2*> vT;
 	dt.getTrianglePointers(vT);
 	std::vector<Point2*> vVtx;
 	dt.getVertexPointers(vVtx);
 	ASSERT_EQ(vT.size(), dt.numberOfTriangles());
-	ASSERT_EQ(vVtx.size(), dt.numberOfPoints());
-
-	std::set<Point2> sExpected(vExpectedPlaces.begin(), vExpectedPlaces.end());
-	ASSERT_EQ(vVtx.size(), sExpected.size());
-	std::set<Point2> sVtxPlaces;
-	for(Point2* pVtx : vVtx) sVtxPlaces.insert(*pVtx);
-	ASSERT_TRUE(sVtxPlaces == sExpected);
-
-	size_t h(countHullPlaces(vExpectedPlaces));
-	size_t n(sExpected.size());
+	std::vector<Point2> vPlaces;
+	for(Point2* pVtx : vVtx) vPlaces.push_back(*pVtx);
+	size_t n(std::set<Point2>(vPlaces.begin(), vPlaces.end()).size());
+	ASSERT_EQ(n, vVtx.size()) << "two vertices at one place";
+	size_t h(countHullPlaces(vPlaces));
 	bool bFlat(true); // all places on one line
-	if(n >= 3)
-	{
-		const Point2& a(*sExpected.begin());
-		const Point2& b(*std::next(sExpected.begin()));
-		for(const Point2& c : sExpected) bFlat = bFlat && filteredOrientation(a, b, c) == 0;
-	}
+	for(size_t i = 2; i < n && bFlat; ++i) bFlat = filteredOrientation(vPlaces[0], vPlaces[1], vPlaces[i]) == 0;
 	if(bFlat)
 	{
 		ASSERT_EQ(vT.size(), 0u);
@@ -180,6 +200,13 @@ inline void validate(Mirel_2D& dt, const std::vector<Point2>& vExpectedPlaces, b
 	ASSERT_TRUE(dt.hasArea());
 	ASSERT_EQ(vT.size(), 2 * n - 2 - h);
 
+	std::set<std::pair<const Point2*, const Point2*>> sPieces; // as (smaller, larger) address
+	std::vector<ConstraintSegment2*> vAlive;
+	dt.getAliveConstraintSegments(vAlive);
+	for(ConstraintSegment2* pCSeg : vAlive)
+		ASSERT_TRUE(sPieces.insert(std::minmax<const Point2*>(pCSeg->getSrc(), pCSeg->getTrg())).second) << "two pieces on one edge";
+	size_t numPieceEdges(0);
+
 	std::set<const Triangle2*> sLive(vT.begin(), vT.end());
 	std::set<const Point2*> sCorners;
 	size_t numHullEdges(0);
@@ -189,12 +216,15 @@ inline void validate(Mirel_2D& dt, const std::vector<Point2>& vExpectedPlaces, b
 		ASSERT_EQ(filteredOrientation(*pT->getCorner(0), *pT->getCorner(1), *pT->getCorner(2)), 1);
 		for(int i = 0; i < 3; ++i)
 		{
+			bool bPiece(sPieces.count(std::minmax<const Point2*>(pT->getCorner(nextIndex(i)), pT->getCorner(prevIndex(i)))) > 0);
 			Triangle2* pN(pT->getOppositeTriangle(i));
 			if(pN == nullptr)
 			{
 				++numHullEdges;
+				numPieceEdges += bPiece ? 2 : 0;
 				continue;
 			}
+			numPieceEdges += bPiece ? 1 : 0;
 			ASSERT_EQ(sLive.count(pN), 1u);
 			int j(-1);
 			for(int k = 0; k < 3; ++k)
@@ -202,11 +232,13 @@ inline void validate(Mirel_2D& dt, const std::vector<Point2>& vExpectedPlaces, b
 			ASSERT_GE(j, 0) << "neighbour does not point back";
 			ASSERT_EQ(pN->getCorner(nextIndex(j)), pT->getCorner(prevIndex(i)));
 			ASSERT_EQ(pN->getCorner(prevIndex(j)), pT->getCorner(nextIndex(i)));
-			const bool bEmptyCircle(!bDelaunay || filteredInCircle(*pT->getCorner(0), *pT->getCorner(1), *pT->getCorner(2), *pN->getCorner(j)) <= 0);
-			ASSERT_TRUE(bEmptyCircle) << "edge not Delaunay";
+			bool bChecked(emptyCircles == EmptyCircles::everyEdge || (emptyCircles == EmptyCircles::exceptConstraints && !bPiece));
+			ASSERT_TRUE(!bChecked || filteredInCircle(*pT->getCorner(0), *pT->getCorner(1), *pT->getCorner(2), *pN->getCorner(j)) <= 0)
+				<< "edge not Delaunay";
 		}
 	}
 	ASSERT_EQ(numHullEdges, h);
+	ASSERT_EQ(numPieceEdges, 2 * sPieces.size()) << "a constraint piece is no edge";
 	ASSERT_EQ(sCorners.size(), vVtx.size());
 	for(Point2* pVtx : vVtx)
 	{
@@ -217,19 +249,52 @@ inline void validate(Mirel_2D& dt, const std::vector<Point2>& vExpectedPlaces, b
 	}
 }
 
+// validateMesh, and the vertices are exactly the expected places.
+inline void validate(Mirel_2D& dt, const std::vector<Point2>& vExpectedPlaces, bool bDelaunay = true)
+{
+	std::vector<Point2*> vVtx;
+	dt.getVertexPointers(vVtx);
+	ASSERT_EQ(vVtx.size(), dt.numberOfPoints());
+	std::set<Point2> sExpected(vExpectedPlaces.begin(), vExpectedPlaces.end()), sVtxPlaces;
+	for(Point2* pVtx : vVtx) sVtxPlaces.insert(*pVtx);
+	ASSERT_TRUE(sVtxPlaces == sExpected);
+	validateMesh(*dt.getImpl(), bDelaunay ? EmptyCircles::everyEdge : EmptyCircles::ignored);
+}
+
+// A triangle as its three places, sorted: the same key for any corner order.
+using TriangleKey = std::array<std::pair<double, double>, 3>;
+inline TriangleKey triangleKey(std::pair<double, double> a, std::pair<double, double> b, std::pair<double, double> c)
+{
+	TriangleKey key{{a, b, c}};
+	std::sort(key.begin(), key.end());
+	return key;
+}
+
+// The mesh's triangles as place keys, for comparing two triangulations.
+inline std::set<TriangleKey> triangleKeys(Mirel_2D& dt)
+{
+	std::vector<Triangle2*> vT;
+	dt.getTrianglePointers(vT);
+	std::set<TriangleKey> s;
+	auto xy = [](const Point2* p) { return std::make_pair(p->x(), p->y()); };
+	for(Triangle2* pT : vT) s.insert(triangleKey(xy(pT->getCorner(0)), xy(pT->getCorner(1)), xy(pT->getCorner(2))));
+	return s;
+}
+
 // Handles in input order: each maps to the vertex at its place, which carries
-// the first z given there; equal places share one vertex.
+// the first z and custom index given there; equal places share one vertex.
 inline void checkHandles(const std::vector<Point2>& vPoints, const std::vector<Point2*>& vHandles)
 {
 	ASSERT_EQ(vPoints.size(), vHandles.size());
-	std::map<Point2, std::pair<double, Point2*>> mFirst;
+	std::map<Point2, std::pair<const Point2*, Point2*>> mFirst;
 	for(size_t i = 0; i < vPoints.size(); ++i)
 	{
 		ASSERT_NE(vHandles[i], nullptr);
 		ASSERT_TRUE(*vHandles[i] == vPoints[i]);
-		auto ins(mFirst.insert(std::make_pair(vPoints[i], std::make_pair(vPoints[i].z(), vHandles[i]))));
+		auto ins(mFirst.insert(std::make_pair(vPoints[i], std::make_pair(&vPoints[i], vHandles[i]))));
 		ASSERT_EQ(ins.first->second.second, vHandles[i]) << "duplicate " << i << " resolves to another vertex";
-		ASSERT_EQ(vHandles[i]->z(), ins.first->second.first) << "the vertex keeps the first height";
+		ASSERT_EQ(vHandles[i]->z(), ins.first->second.first->z()) << "the vertex keeps the first height";
+		ASSERT_EQ(vHandles[i]->getCustomIndex(), ins.first->second.first->getCustomIndex()) << "the vertex keeps the first custom index";
 	}
 }
 
@@ -333,54 +398,36 @@ inline bool ghostscriptAvailable()
 	return std::system("gs --version > /dev/null 2>&1") == 0;
 }
 
-// A raw PPM image: width, height and RGB bytes.
+// An image: width, height and RGB bytes.
 struct Image
 {
 	int width = 0, height = 0;
 	std::string rgb;
 };
 
-inline bool readPPM(const std::string& name, Image& img)
+// Reads a PNG file as RGB bytes.
+inline bool readPng(const std::string& name, Image& img)
 {
-	std::ifstream in(name, std::ios::binary);
-	std::string magic;
-	in >> magic;
-	if(magic != "P6") return false;
-	int values[3];
-	for(int i = 0; i < 3; ++i)
-	{
-		in >> std::ws;
-		while(in.peek() == '#')
-		{
-			std::string comment;
-			std::getline(in, comment);
-			in >> std::ws;
-		}
-		in >> values[i];
-	}
-	in.get(); // the single whitespace before the pixels
-	img.width = values[0];
-	img.height = values[1];
-	img.rgb.resize(size_t(img.width) * img.height * 3);
-	in.read(&img.rgb[0], std::streamsize(img.rgb.size()));
-	return bool(in) && values[2] == 255;
+	png_image image{};
+	image.version = PNG_IMAGE_VERSION;
+	if(!png_image_begin_read_from_file(&image, name.c_str())) return false;
+	image.format = PNG_FORMAT_RGB;
+	img.rgb.resize(PNG_IMAGE_SIZE(image));
+	img.width = int(image.width);
+	img.height = int(image.height);
+	return png_image_finish_read(&image, nullptr, &img.rgb[0], 0, nullptr) != 0;
 }
 
-// Renders psFile with Ghostscript at the given resolution into `image` (and
-// into pngFile, for looking at it). False, with Ghostscript's output in log,
-// if Ghostscript fails or reports an error.
+// Renders psFile with Ghostscript at the given resolution into pngFile and
+// `image`. False, with Ghostscript's output in log, if Ghostscript fails or
+// reports an error.
 inline bool render(const std::string& psFile, const std::string& pngFile, int dpi, Image& image, std::string& log)
 {
-	std::string base("gs -q -dSAFER -dBATCH -dNOPAUSE -r" + std::to_string(dpi) + " ");
-	std::string ppmFile(psFile + ".ppm"), logFile(psFile + ".gs.log");
-	if(std::system((base + "-sDEVICE=png16m -sOutputFile=" + pngFile + " " + psFile + " > " + logFile + " 2>&1").c_str()) != 0)
-	{
-		log = readFile(logFile);
-		return false;
-	}
-	bool bOk(std::system((base + "-sDEVICE=ppmraw -sOutputFile=" + ppmFile + " " + psFile + " >> " + logFile + " 2>&1").c_str()) == 0);
+	std::string logFile(psFile + ".gs.log");
+	bool bOk(std::system(("gs -q -dSAFER -dBATCH -dNOPAUSE -r" + std::to_string(dpi) + " -sDEVICE=png16m -sOutputFile=" + pngFile + " " + psFile + " > " +
+							 logFile + " 2>&1").c_str()) == 0);
 	log = readFile(logFile);
-	return bOk && log.find("Error") == std::string::npos && readPPM(ppmFile, image);
+	return bOk && log.find("Error") == std::string::npos && readPng(pngFile, image);
 }
 
 inline size_t countNonWhite(const Image& img)
