@@ -17,3 +17,4 @@
 #include "MirelExport.h"
 #include "Zone2.h"
 #include "Mirel_2D.h"
+#include "MeshGenParams.h"
