@@ -1,6 +1,7 @@
 #include "Chunk.h"
 #include "Dt2.h"
 #include "GeomTest.h"
+#include "MeshSurgery.h"
 #include "Triangle2.h"
 #include "tools.h"
 #include <algorithm>
@@ -176,14 +177,37 @@ Triangle2* Chunk::freshTriangle()
 	return vFreshT[numFreshUsed++];
 }
 
+// The walk and the flips stay inside the box: a step or a flip that would
+// touch a triangle with a corner outside it is refused.
+struct Chunk::BoxGuard
+{
+	const Chunk& chunk;
+	// Two corners are shared with the current triangle, which is in the box.
+	bool mayCross(const Triangle2* /*t*/, int /*i*/, const Triangle2* pNext, int j) const { return chunk.isInBox(pNext->getCorner(j)); }
+};
+
+struct Chunk::BoxFlipPolicy
+{
+	Chunk& chunk;
+	bool isIllegal(const Point2* v, const Triangle2* b) { return MeshSurgery::isInCircleForFlip(*chunk.pGeomTest, chunk.pDt->isFastMode(), v, b); }
+	MeshSurgery::FlipVerdict decide(Triangle2* a, Triangle2* b)
+	{
+		return chunk.isInBox(b->getCorner(b->getIntraTriangleIndex(a))) ? MeshSurgery::FLIP_DO : MeshSurgery::FLIP_ABORT;
+	}
+	void flipped(Triangle2* a) { chunk.vFlippedT.push_back(a); }
+};
+
 Triangle2* Chunk::localInsertVertex(Point2* v, Triangle2* pStartTriangle)
 {
-	MIREL_ASSERT(vLocalCheckT.empty());
+	MIREL_DEBUG_ASSERT(vLocalCheckT.empty());
 	Triangle2* pT(pStartTriangle);
 	int e(-1);
-	int r(locateInsideConflictT(v, pT, e));
-	if(r == LEAVES_BOX) return nullptr;
-	if(r == 4)
+	BoxGuard guard{*this};
+	LocateResult r(MeshSurgery::walkToPoint(*pGeomTest, v, pT, e, guard));
+	if(r == LOC_STOPPED) return nullptr;
+	// Inside the fake box no hull edge can be reached.
+	MIREL_ASSERT(!isBeyondHull(r));
+	if(r == LOC_ON_CORNER)
 	{
 		for(int i = 0; i < 3; ++i)
 		{
@@ -196,232 +220,32 @@ Triangle2* Chunk::localInsertVertex(Point2* v, Triangle2* pStartTriangle)
 		return pT;
 	}
 	Triangle2* u(nullptr); // the neighbour that a split on an edge changes too
-	if(e == -1) localSplit13(v, pT);
+	if(e == -1)
+	{
+		Triangle2* pA(freshTriangle());
+		Triangle2* pB(freshTriangle());
+		MeshSurgery::split13(v, pT, pA, pB, vLocalCheckT);
+	}
 	else
 	{
 		u = pT->getOppositeTriangle(e);
+		MIREL_ASSERT(u!=0);
 		if(!isInBox(u->getCorner(u->getIntraTriangleIndex(pT)))) return nullptr;
-		localSplit24(v, pT, e);
+		Triangle2* pNew1(freshTriangle());
+		Triangle2* pNew2(freshTriangle());
+		MeshSurgery::split24(v, pT, e, pNew1, pNew2, vLocalCheckT);
 	}
-	Triangle2* pLastHandledT(localLegalize(v));
+	vFlippedT.clear();
+	BoxFlipPolicy policy{*this};
+	Triangle2* pLastHandledT(MeshSurgery::legalize(vLocalCheckT, policy));
 	if(pLastHandledT != nullptr) return pLastHandledT;
-	// A flip would leave the box: back to the mesh before v.
-	undoFlips();
-	if(u == nullptr) undoSplit13(v, pT);
-	else undoSplit24(v, pT, u);
+	// A flip would leave the box: back to the mesh before v, newest flip first.
+	for(size_t k = vFlippedT.size(); k > 0; --k) MeshSurgery::unflip(vFlippedT[k - 1]);
+	vFlippedT.clear();
+	if(u == nullptr) MeshSurgery::unsplit13(v, pT);
+	else MeshSurgery::unsplit24(v, pT, u);
+	numFreshUsed -= 2; // the split's two triangles go back
 	return nullptr;
-}
-
-// The sequential visibility walk, except that it never steps into a triangle
-// outside the box. Inside the fake box no hull edge can be reached.
-int Chunk::locateInsideConflictT(const Point2* v, Triangle2*& pStartTriangle, int& e)
-{
-	MIREL_ASSERT(pStartTriangle!=0);
-	size_t numSteps(0);
-	int aOrder[3] = {0, 1, 2};
-	int numEdges(3);
-	e = -1;
-	for(int k = 0; k < numEdges; ++k)
-	{
-		int ith(aOrder[k]);
-		Orientation2 ori(pGeomTest->getOrientation2(pStartTriangle, ith, v));
-		if(ori == ORIENTATION2_CCW) continue;
-		if(ori == ORIENTATION2_COLLINEAR)
-		{
-			if(*pStartTriangle->getCorner(0) == *v || *pStartTriangle->getCorner(1) == *v || *pStartTriangle->getCorner(2) == *v) return 4;
-			MIREL_ASSERT(pStartTriangle->getOppositeTriangle(ith)!=0);
-			e = ith;
-			continue;
-		}
-		e = -1;
-		Triangle2* tmpTriangle(pStartTriangle->getOppositeTriangle(ith));
-		MIREL_ASSERT(tmpTriangle!=0);
-		// Two corners are shared with the current triangle, which is in the box.
-		int j(tmpTriangle->getIntraTriangleIndex(pStartTriangle));
-		if(!isInBox(tmpTriangle->getCorner(j))) return LEAVES_BOX;
-		pStartTriangle = tmpTriangle;
-		if(++numSteps > 1000)
-		{
-			int s(std::rand() % 3);
-			aOrder[0] = s;
-			aOrder[1] = nextIndex(s);
-			aOrder[2] = prevIndex(s);
-			numEdges = 3;
-		}
-		else
-		{
-			bool bCrossedFirst(k != 1);
-			aOrder[0] = bCrossedFirst ? nextIndex(j) : prevIndex(j);
-			aOrder[1] = bCrossedFirst ? prevIndex(j) : nextIndex(j);
-			numEdges = 2;
-		}
-		k = -1;
-	}
-	return -1;
-}
-
-bool Chunk::conflicts(const Point2* v, const Triangle2* pT) const
-{
-	if(pDt->isFastMode()) return pDt->isInCircleForFlip(v, pT);
-	return pGeomTest->circleInc3state(pT, v) == CINC2_INCIRCLE;
-}
-
-void Chunk::localSplit13(Point2* v, Triangle2* t)
-{
-	Point2* c0(t->getCorner(0));
-	Point2* c1(t->getCorner(1));
-	Point2* c2(t->getCorner(2));
-	Triangle2* t0(t->getOppositeTriangle(0));
-	Triangle2* t1(t->getOppositeTriangle(1));
-	Triangle2* t2(t->getOppositeTriangle(2));
-	Triangle2* pA(freshTriangle());
-	Triangle2* pB(freshTriangle());
-	t->setPropertiesAndOppT(v, c0, c1, t2, pA, pB);
-	pA->setPropertiesAndOppT(v, c1, c2, t0, pB, t);
-	pB->setPropertiesAndOppT(v, c2, c0, t1, t, pA);
-	if(t0 != nullptr) t0->setOppTriangle(t0->getIntraTriangleIndex(t), pA);
-	if(t1 != nullptr) t1->setOppTriangle(t1->getIntraTriangleIndex(t), pB);
-	vLocalCheckT.push_back(t);
-	vLocalCheckT.push_back(pA);
-	vLocalCheckT.push_back(pB);
-}
-
-// v on edge e of t: t and its neighbour u become four triangles around v, as
-// in the sequential 2-to-4 split.
-void Chunk::localSplit24(Point2* v, Triangle2* t, int e)
-{
-	Triangle2* u(t->getOppositeTriangle(e));
-	MIREL_ASSERT(u!=0);
-	Point2* ce(t->getCorner(e));
-	Point2* ce1(t->getCorner(nextIndex(e)));
-	Point2* ce2(t->getCorner(prevIndex(e)));
-	int j(u->getIntraTriangleIndex(t));
-	Point2* d(u->getCorner(j));
-	Triangle2* pOutT1(t->getOppositeTriangle(nextIndex(e))); // edge ce2 -> ce
-	Triangle2* pOutT2(t->getOppositeTriangle(prevIndex(e))); // edge ce -> ce1
-	Triangle2* pOutU1(u->getOppositeTriangle(nextIndex(j))); // edge ce1 -> d
-	Triangle2* pOutU2(u->getOppositeTriangle(prevIndex(j))); // edge d -> ce2
-	Triangle2* pT4(freshTriangle());
-	Triangle2* pT1(freshTriangle());
-	t->setPropertiesAndOppT(v, ce, ce1, pOutT2, u, pT1);
-	u->setPropertiesAndOppT(v, ce1, d, pOutU1, pT4, t);
-	pT4->setPropertiesAndOppT(v, d, ce2, pOutU2, pT1, u);
-	pT1->setPropertiesAndOppT(v, ce2, ce, pOutT1, t, pT4);
-	if(pOutT1 != nullptr) pOutT1->setOppTriangle(pOutT1->getIntraTriangleIndex(t), pT1);
-	if(pOutU2 != nullptr) pOutU2->setOppTriangle(pOutU2->getIntraTriangleIndex(u), pT4);
-	vLocalCheckT.push_back(t);
-	vLocalCheckT.push_back(u);
-	vLocalCheckT.push_back(pT4);
-	vLocalCheckT.push_back(pT1);
-}
-
-// The sequential legalisation, except that a flip whose far corner lies
-// outside the box is not made: then null, and vFlippedT lists the flips made
-// so far (each triangle a of flipEdge(a, 0), in order) for undoFlips.
-Triangle2* Chunk::localLegalize(Point2* v)
-{
-	vFlippedT.clear();
-	Triangle2* pLastHandledT(nullptr);
-	while(!vLocalCheckT.empty())
-	{
-		Triangle2* a(vLocalCheckT.back());
-		Triangle2* b(a->getOppositeTriangle(0));
-		if(b != nullptr && conflicts(v, b))
-		{
-			if(!isInBox(b->getCorner(b->getIntraTriangleIndex(a))))
-			{
-				vLocalCheckT.clear();
-				return nullptr;
-			}
-			pDt->flipEdge(a, 0);
-			vFlippedT.push_back(a);
-			vLocalCheckT.push_back(b);
-		}
-		else
-		{
-			pLastHandledT = a;
-			vLocalCheckT.pop_back();
-		}
-	}
-	return pLastHandledT;
-}
-
-/*
- * The inverse of flipEdge(a, 0), newest flip first. After that flip
- *   a = (v, c1, d) with neighbours (nBF, b, nA2),
- *   b = (v, d, c2) with neighbours (nBP, nA1, a);
- * before it a = (v, c1, c2) with neighbours (b, nA1, nA2) and b = (d, c2, c1)
- * with neighbours (a, nBF, nBP). Incident triangles set by the flip still hold
- * their vertex afterwards, so they stay valid.
- */
-void Chunk::undoFlips()
-{
-	for(size_t k = vFlippedT.size(); k > 0; --k)
-	{
-		Triangle2* a(vFlippedT[k - 1]);
-		Triangle2* b(a->getOppositeTriangle(1));
-		Point2* v(a->getCorner(0));
-		Point2* c1(a->getCorner(1));
-		Point2* d(a->getCorner(2));
-		Point2* c2(b->getCorner(2));
-		Triangle2* nBF(a->getOppositeTriangle(0));
-		Triangle2* nA2(a->getOppositeTriangle(2));
-		Triangle2* nBP(b->getOppositeTriangle(0));
-		Triangle2* nA1(b->getOppositeTriangle(1));
-		a->setVertexPointer(0, v);
-		a->setVertexPointer(1, c1);
-		a->setVertexPointer(2, c2);
-		a->setOppTriangle(0, b);
-		a->setOppTriangle(1, nA1);
-		a->setOppTriangle(2, nA2);
-		b->setVertexPointer(0, d);
-		b->setVertexPointer(1, c2);
-		b->setVertexPointer(2, c1);
-		b->setOppTriangle(0, a);
-		b->setOppTriangle(1, nBF);
-		b->setOppTriangle(2, nBP);
-		if(nBF != nullptr) nBF->setOppTriangle(nBF->getIntraTriangleIndex(a), b);
-		if(nA1 != nullptr) nA1->setOppTriangle(nA1->getIntraTriangleIndex(b), a);
-	}
-	vFlippedT.clear();
-}
-
-// t = (v, c0, c1), pA = (v, c1, c2), pB = (v, c2, c0) back to (c0, c1, c2);
-// pA and pB were the last fresh triangles taken.
-void Chunk::undoSplit13(Point2* v, Triangle2* t)
-{
-	Triangle2* pA(t->getOppositeTriangle(1));
-	Triangle2* pB(t->getOppositeTriangle(2));
-	Triangle2* t0(pA->getOppositeTriangle(0));
-	Triangle2* t1(pB->getOppositeTriangle(0));
-	Triangle2* t2(t->getOppositeTriangle(0));
-	t->setPropertiesAndOppT(t->getCorner(1), t->getCorner(2), pA->getCorner(2), t0, t1, t2);
-	if(t0 != nullptr) t0->setOppTriangle(t0->getIntraTriangleIndex(pA), t);
-	if(t1 != nullptr) t1->setOppTriangle(t1->getIntraTriangleIndex(pB), t);
-	v->setIncidentTriangle(nullptr);
-	numFreshUsed -= 2;
-}
-
-// t = (v, ce, ce1), u = (v, ce1, d), pT4 = (v, d, ce2), pT1 = (v, ce2, ce)
-// back to t = (ce, ce1, ce2) and u = (d, ce2, ce1).
-void Chunk::undoSplit24(Point2* v, Triangle2* t, Triangle2* u)
-{
-	Triangle2* pT4(u->getOppositeTriangle(1));
-	Triangle2* pT1(t->getOppositeTriangle(2));
-	Point2* ce(t->getCorner(1));
-	Point2* ce1(t->getCorner(2));
-	Point2* d(u->getCorner(2));
-	Point2* ce2(pT4->getCorner(2));
-	Triangle2* pOutT2(t->getOppositeTriangle(0));
-	Triangle2* pOutU1(u->getOppositeTriangle(0));
-	Triangle2* pOutU2(pT4->getOppositeTriangle(0));
-	Triangle2* pOutT1(pT1->getOppositeTriangle(0));
-	t->setPropertiesAndOppT(ce, ce1, ce2, u, pOutT1, pOutT2);
-	u->setPropertiesAndOppT(d, ce2, ce1, t, pOutU1, pOutU2);
-	if(pOutT1 != nullptr) pOutT1->setOppTriangle(pOutT1->getIntraTriangleIndex(pT1), t);
-	if(pOutU2 != nullptr) pOutU2->setOppTriangle(pOutU2->getIntraTriangleIndex(pT4), u);
-	v->setIncidentTriangle(nullptr);
-	numFreshUsed -= 2;
 }
 
 } // namespace MIREL25D

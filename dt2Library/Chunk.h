@@ -23,8 +23,8 @@ class Triangle2;
  * A chunk modifies a triangle (rewrites its corners and neighbours) only if
  * the triangle lies in the chunk's closed extended box, and it steps into a
  * triangle during the walk only if that triangle lies in the box too; both
- * are checked before the triangle is touched (see locateInsideConflictT and
- * localLegalize). Besides, it reads and relinks the neighbours of such
+ * are checked before the triangle is touched (see BoxGuard and
+ * BoxFlipPolicy). Besides, it reads and relinks the neighbours of such
  * triangles, and writes the incident-triangle pointers of their corners.
  * Take two running chunks A and B with disjoint closed boxes:
  * - A triangle modified or walked by A lies in box(A); if B modified or
@@ -103,20 +103,9 @@ private:
 	Triangle2* insertOrDefer(Point2* v, Triangle2* pStartTriangle);
 	// Returns a triangle near v (in the box), or null when v had to be left.
 	Triangle2* localInsertVertex(Point2* v, Triangle2* pStartTriangle);
-	// Visibility walk that never leaves the box: -1 inside t (strictly if
-	// e == -1, else on edge e), 4 on a corner of t, LEAVES_BOX when the walk
-	// would have to leave the box.
-	static const int LEAVES_BOX = 5;
-	int locateInsideConflictT(const Point2* v, Triangle2*& pStartTriangle, int& e);
-	bool conflicts(const Point2* v, const Triangle2* pT) const;
 	Triangle2* freshTriangle();
-	void localSplit13(Point2* v, Triangle2* t);
-	void localSplit24(Point2* v, Triangle2* t, int e);
-	Triangle2* localLegalize(Point2* v);
-	// Back to the mesh before v, when v cannot be inserted inside the box.
-	void undoFlips();
-	void undoSplit13(Point2* v, Triangle2* t);
-	void undoSplit24(Point2* v, Triangle2* t, Triangle2* u);
+	struct BoxGuard;
+	struct BoxFlipPolicy;
 
 	Dt2* pDt;
 	GeomTest* pGeomTest;
@@ -127,7 +116,7 @@ private:
 	double minX, minY, maxX, maxY; // extBox, flat for the hot checks
 	Point2* aStartVtx[3]; // corners of the coarse triangle of the first vertex
 	std::vector<Triangle2*> vLocalCheckT; // flip stack
-	std::vector<Triangle2*> vFlippedT; // flips made for the current vertex
+	std::vector<Triangle2*> vFlippedT; // flips made for the current vertex (each a of flip(a, 0)), oldest first
 	std::vector<Triangle2*> vFreshT;
 	size_t numFreshUsed;
 	std::vector<std::pair<Point2*, Point2*>> vDuplicates; // (duplicate, existing)

@@ -323,26 +323,7 @@ bool ConstraintMgr::writeConstraintsBIN(const char* prefix) const
 
 Triangle2* ConstraintMgr::findTriangleWithDirectedEdge(Point2* p0, Point2* p1) const
 {
-	Triangle2* pStart(p0->getIncidentTriangle());
-	if(pStart == nullptr) return nullptr;
-	// Counterclockwise around p0 until the fan closes or ends, then clockwise
-	// from the start for the part of a border fan that was not seen.
-	Triangle2* pT(pStart);
-	do
-	{
-		int i(pT->getIntraTriangleIndex(p0));
-		if(pT->getCorner(nextIndex(i)) == p1) return pT;
-		pT = pT->getOppositeTriangle(nextIndex(i));
-	} while(pT != nullptr && pT != pStart);
-	if(pT == pStart) return nullptr;
-	pT = pStart;
-	while(true)
-	{
-		int i(pT->getIntraTriangleIndex(p0));
-		pT = pT->getOppositeTriangle(prevIndex(i));
-		if(pT == nullptr) return nullptr;
-		if(pT->getCorner(nextIndex(pT->getIntraTriangleIndex(p0))) == p1) return pT;
-	}
+	return pDt2->getAdjacentTriangle(p0, p1);
 }
 
 } // namespace MIREL25D

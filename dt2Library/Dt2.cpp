@@ -1,4 +1,5 @@
 #include "Dt2.h"
+#include "MeshSurgery.h"
 #include "InserterMT.h"
 #include "MirelExport.h"
 #include "tools.h"
@@ -368,9 +369,9 @@ Triangle2* Dt2::insertVertex(Point2* v, Triangle2* pStartT)
 	progress.step();
 	Triangle2* pT(pStartT);
 	int e(-1);
-	int r(locateConflictTriangle(v, pT, e));
-	if(r >= 0 && r <= 2) return insertVertexCH(v, pT, r);
-	if(r == 4)
+	LocateResult r(locateConflictTriangle(v, pT, e));
+	if(isBeyondHull(r)) return insertVertexCH(v, pT, r);
+	if(r == LOC_ON_CORNER)
 	{
 		for(int i = 0; i < 3; ++i)
 		{
@@ -394,188 +395,25 @@ Triangle2* Dt2::insertVertex(Point2* v, Triangle2* pStartT)
 	return legalize();
 }
 
-int Dt2::locateConflictTriangle(const Point2* v, Triangle2*& t, int& e)
+LocateResult Dt2::locateConflictTriangle(const Point2* v, Triangle2*& t, int& e)
 {
 	MIREL_ASSERT(t!=0);
-	size_t numSteps(0);
-	for(;;) // one pass per walk; the hull-line case may start another
-	{
-		int aOrder[3] = {0, 1, 2};
-		int numEdges(3);
-		e = -1;
-		int hullLineEdge(-1);
-		bool bStepped(true);
-		while(bStepped)
-		{
-			bStepped = false;
-			for(int k = 0; k < numEdges; ++k)
-			{
-				int i(aOrder[k]);
-				Orientation2 ori(geomTest.getOrientation2(t, i, v));
-				if(ori == ORIENTATION2_CCW) continue;
-				if(ori == ORIENTATION2_COLLINEAR)
-				{
-					if(*t->getCorner(0) == *v || *t->getCorner(1) == *v || *t->getCorner(2) == *v) return 4;
-					e = i;
-					if(t->getOppositeTriangle(i) == nullptr)
-					{
-						hullLineEdge = i;
-						break;
-					}
-					continue;
-				}
-				// v is beyond edge i: step across it.
-				e = -1;
-				Triangle2* pNext(t->getOppositeTriangle(i));
-				if(pNext == nullptr) return i;
-				int j(pNext->getIntraTriangleIndex(t));
-				t = pNext;
-				++numSteps;
-				if(numSteps > 1000)
-				{
-					// Degenerate walks can cycle; a random start edge breaks the cycle.
-					int s(std::rand() % 3);
-					aOrder[0] = s;
-					aOrder[1] = nextIndex(s);
-					aOrder[2] = prevIndex(s);
-					numEdges = 3;
-				}
-				else
-				{
-					// Alternate the order of the two remaining edges so the walk cannot circle.
-					bool bCrossedFirst(k != 1);
-					aOrder[0] = bCrossedFirst ? nextIndex(j) : prevIndex(j);
-					aOrder[1] = bCrossedFirst ? prevIndex(j) : nextIndex(j);
-					numEdges = 2;
-				}
-				bStepped = true;
-				break;
-			}
-		}
-		if(hullLineEdge < 0) return -1;
-
-		// v lies on the line of hull edge i, not on a corner: it is either on the
-		// edge (inserted through it from outside) or beyond one of its ends.
-		int i(hullLineEdge);
-		int i1(nextIndex(i)), i2(prevIndex(i));
-		int crossed(-1);
-		if(geomTest.getOrientation2(t, i1, v) == ORIENTATION2_CW) crossed = i1;
-		else if(geomTest.getOrientation2(t, i2, v) == ORIENTATION2_CW) crossed = i2;
-		if(crossed < 0) return i;
-		Triangle2* pNext(t->getOppositeTriangle(crossed));
-		if(pNext == nullptr) return crossed;
-		t = pNext;
-		++numSteps;
-	}
+	NoWalkGuard noGuard;
+	return MeshSurgery::walkToPoint(geomTest, v, t, e, noGuard);
 }
 
-// t = (c0, c1, c2) becomes (v, c0, c1); two new triangles (v, c1, c2) and
-// (v, c2, c0). Each keeps one old outer edge as its edge 0.
 void Dt2::split13(Point2* v, Triangle2* t)
 {
-	Point2* c0(t->getCorner(0));
-	Point2* c1(t->getCorner(1));
-	Point2* c2(t->getCorner(2));
-	Triangle2* t0(t->getOppositeTriangle(0));
-	Triangle2* t1(t->getOppositeTriangle(1));
-	Triangle2* t2(t->getOppositeTriangle(2));
 	Triangle2* pA(newTriangle());
 	Triangle2* pB(newTriangle());
-
-	t->setVertexPointer(0, v);
-	t->setVertexPointer(1, c0);
-	t->setVertexPointer(2, c1);
-	t->setOppTriangle(0, t2);
-	t->setOppTriangle(1, pA);
-	t->setOppTriangle(2, pB);
-
-	pA->setVertexPointer(0, v);
-	pA->setVertexPointer(1, c1);
-	pA->setVertexPointer(2, c2);
-	pA->setOppTriangle(0, t0);
-	pA->setOppTriangle(1, pB);
-	pA->setOppTriangle(2, t);
-
-	pB->setVertexPointer(0, v);
-	pB->setVertexPointer(1, c2);
-	pB->setVertexPointer(2, c0);
-	pB->setOppTriangle(0, t1);
-	pB->setOppTriangle(1, t);
-	pB->setOppTriangle(2, pA);
-
-	if(t0 != nullptr) t0->setOppTriangle(t0->getIntraTriangleIndex(t), pA);
-	if(t1 != nullptr) t1->setOppTriangle(t1->getIntraTriangleIndex(t), pB);
-	v->setIncidentTriangle(t);
-	c2->setIncidentTriangle(pA);
-
-	vFlipStack.push_back(t);
-	vFlipStack.push_back(pA);
-	vFlipStack.push_back(pB);
+	MeshSurgery::split13(v, t, pA, pB, vFlipStack);
 }
 
-// v in the interior of edge e of t. With u the neighbour across e and d its far
-// corner, the ring around v is c(e), c(e+1), d, c(e+2); four triangles
-// (v, ring[k], ring[k+1]) each keep an old outer edge as edge 0. t and u are reused.
 void Dt2::initVCheckT24(Point2* v, Triangle2* t, int e)
 {
-	Triangle2* u(t->getOppositeTriangle(e));
-	MIREL_ASSERT(u!=0);
-	int e1(nextIndex(e)), e2(prevIndex(e));
-	Point2* ce(t->getCorner(e));
-	Point2* ce1(t->getCorner(e1));
-	Point2* ce2(t->getCorner(e2));
-	int j(u->getIntraTriangleIndex(t));
-	Point2* d(u->getCorner(j));
-	Triangle2* pOutT1(t->getOppositeTriangle(e1)); // edge ce2 -> ce
-	Triangle2* pOutT2(t->getOppositeTriangle(e2)); // edge ce -> ce1
-	Triangle2* pOutU1(u->getOppositeTriangle(nextIndex(j))); // edge ce1 -> d
-	Triangle2* pOutU2(u->getOppositeTriangle(prevIndex(j))); // edge d -> ce2
-
-	Triangle2* pT2(t); // (v, ce, ce1)
-	Triangle2* pT3(u); // (v, ce1, d)
-	Triangle2* pT4(newTriangle()); // (v, d, ce2)
-	Triangle2* pT1(newTriangle()); // (v, ce2, ce)
-
-	pT2->setVertexPointer(0, v);
-	pT2->setVertexPointer(1, ce);
-	pT2->setVertexPointer(2, ce1);
-	pT2->setOppTriangle(0, pOutT2);
-	pT2->setOppTriangle(1, pT3);
-	pT2->setOppTriangle(2, pT1);
-
-	pT3->setVertexPointer(0, v);
-	pT3->setVertexPointer(1, ce1);
-	pT3->setVertexPointer(2, d);
-	pT3->setOppTriangle(0, pOutU1);
-	pT3->setOppTriangle(1, pT4);
-	pT3->setOppTriangle(2, pT2);
-
-	pT4->setVertexPointer(0, v);
-	pT4->setVertexPointer(1, d);
-	pT4->setVertexPointer(2, ce2);
-	pT4->setOppTriangle(0, pOutU2);
-	pT4->setOppTriangle(1, pT1);
-	pT4->setOppTriangle(2, pT3);
-
-	pT1->setVertexPointer(0, v);
-	pT1->setVertexPointer(1, ce2);
-	pT1->setVertexPointer(2, ce);
-	pT1->setOppTriangle(0, pOutT1);
-	pT1->setOppTriangle(1, pT2);
-	pT1->setOppTriangle(2, pT4);
-
-	if(pOutT1 != nullptr) pOutT1->setOppTriangle(pOutT1->getIntraTriangleIndex(t), pT1);
-	if(pOutU2 != nullptr) pOutU2->setOppTriangle(pOutU2->getIntraTriangleIndex(u), pT4);
-	v->setIncidentTriangle(pT2);
-	ce->setIncidentTriangle(pT2);
-	ce1->setIncidentTriangle(pT2);
-	d->setIncidentTriangle(pT3);
-	ce2->setIncidentTriangle(pT1);
-
-	vFlipStack.push_back(pT2);
-	vFlipStack.push_back(pT3);
-	vFlipStack.push_back(pT4);
-	vFlipStack.push_back(pT1);
+	Triangle2* pNew1(newTriangle());
+	Triangle2* pNew2(newTriangle());
+	MeshSurgery::split24(v, t, e, pNew1, pNew2, vFlipStack);
 }
 
 // Walks along the hull from edge ith of pT, rotating through the fan around
@@ -588,13 +426,8 @@ void Dt2::collectVisibleHullEdges(const Point2* v, Triangle2* pT, int ith, bool 
 	Triangle2* pX(pT);
 	for(;;)
 	{
-		int m(pX->getIntraTriangleIndex(pPivot));
-		while(pX->getOppositeTriangle(turn(m)) != nullptr)
-		{
-			pX = pX->getOppositeTriangle(turn(m));
-			m = pX->getIntraTriangleIndex(pPivot);
-		}
-		int k(turn(m));
+		MeshSurgery::rotateToFanEnd(pPivot, pX, bForward);
+		int k(turn(pX->getIntraTriangleIndex(pPivot)));
 		if(geomTest.getOrientation2(pX, k, v) != ORIENTATION2_CW) return;
 		vEdges.push_back(std::make_pair(pX, k));
 		pPivot = pX->getCorner(turn(k));
@@ -642,7 +475,7 @@ Triangle2* Dt2::insertVertexCH(Point2* v, Triangle2* pT, int ith)
 		// Even a constraint edge gives way here; the constraint is split at v.
 		ConstraintSegment2* pSplitCSeg(getConstraintOnEdge(pStartEdgeT, 0));
 		Triangle2* pInner(pStartEdgeT->getOppositeTriangle(0));
-		flipEdge(pStartEdgeT, 0);
+		MeshSurgery::flip(pStartEdgeT, 0);
 		vFlipStack.push_back(pInner);
 		if(pSplitCSeg != nullptr) pSplitCSeg->split_combinatorialOnly(v);
 	}
@@ -653,94 +486,24 @@ Triangle2* Dt2::insertVertexCH(Point2* v, Triangle2* pT, int ith)
 // Legalisation
 // ======================================================================
 
-// Fast mode trusts the double determinant only where it clears the error bound;
-// an uncertain case counts as outside, so cocircular points never flip either way.
-bool Dt2::isInCircleForFlip(const Point2* v, const Triangle2* pT)
+// The sequential insertion's legalisation: constraint edges stay (none
+// exists while the flag is unset), nothing is ever undone.
+struct Dt2::InsertionFlipPolicy
 {
-	if(!bFastMode) return geomTest.circleInc3state(pT, v) == CINC2_INCIRCLE;
-	const Point2* a(pT->getCorner(0));
-	const Point2* b(pT->getCorner(1));
-	const Point2* c(pT->getCorner(2));
-	double qaX(a->x() - v->x()), qaY(a->y() - v->y());
-	double qbX(b->x() - v->x()), qbY(b->y() - v->y());
-	double qcX(c->x() - v->x()), qcY(c->y() - v->y());
-	double la(qaX * qaX + qaY * qaY), lb(qbX * qbX + qbY * qbY), lc(qcX * qcX + qcY * qcY);
-	double p0(qcX * qaY), p1(qcY * qaX), p2(qcY * qbX), p3(qcX * qbY), p4(qbY * qaX), p5(qbX * qaY);
-	double det((p0 - p1) * lb + (p2 - p3) * la + (p4 - p5) * lc);
-	double bound(((std::fabs(p1) + std::fabs(p0)) * lb + (std::fabs(p3) + std::fabs(p2)) * la + (std::fabs(p5) + std::fabs(p4)) * lc) * 3.33e-15);
-	return det > bound;
-}
+	Dt2& dt;
+	bool isIllegal(const Point2* v, const Triangle2* b) { return MeshSurgery::isInCircleForFlip(dt.geomTest, dt.bFastMode, v, b); }
+	MeshSurgery::FlipVerdict decide(Triangle2* a, Triangle2* /*b*/)
+	{
+		return (dt.bConstraintsExist && dt.isFlipLocked(a, 0)) ? MeshSurgery::FLIP_KEEP : MeshSurgery::FLIP_DO;
+	}
+	void flipped(Triangle2* /*a*/) {}
+};
 
 Triangle2* Dt2::legalize()
 {
-	Triangle2* pLastT(nullptr);
-	while(!vFlipStack.empty())
-	{
-		Triangle2* a(vFlipStack.back());
-		Triangle2* b(a->getOppositeTriangle(0));
-		// Constraint edges must stay; none exists while the flag is unset.
-		if(b != nullptr && isInCircleForFlip(a->getCorner(0), b) && !(bConstraintsExist && isFlipLocked(a, 0)))
-		{
-			flipEdge(a, 0);
-			vFlipStack.push_back(b);
-		}
-		else
-		{
-			pLastT = a;
-			vFlipStack.pop_back();
-		}
-	}
-	return pLastT;
+	InsertionFlipPolicy policy{*this};
+	return MeshSurgery::legalize(vFlipStack, policy);
 }
-
-/*
- * Flip of edge i of a = (ci, ci+1, ci+2) with b across it, d the far corner of b:
- *
- *            ci+2                     ci+2
- *            /|\                      /  \
- *           / | \                    / b  \
- *         ci  |  d     ==>        ci ------ d
- *           \ | /                    \ a  /
- *            \|/                      \  /
- *            ci+1                     ci+1
- *
- * a becomes (ci, ci+1, d), b becomes (ci, d, ci+2); ci stays corner 0 of both
- * when i is 0, so the inserted vertex keeps its place during legalisation.
- */
-void Dt2::flipEdge(Triangle2* a, int i)
-{
-	Triangle2* b(a->getOppositeTriangle(i));
-	int i1(nextIndex(i)), i2(prevIndex(i));
-	Point2* ci(a->getCorner(i));
-	Point2* ci1(a->getCorner(i1));
-	Point2* ci2(a->getCorner(i2));
-	int j(b->getIntraTriangleIndex(a));
-	Point2* d(b->getCorner(j));
-	Triangle2* pBFollow(b->getOppositeTriangle(nextIndex(j))); // across ci+1 -> d
-	Triangle2* pBPrec(b->getOppositeTriangle(prevIndex(j))); // across d -> ci+2
-	Triangle2* pAOpp1(a->getOppositeTriangle(i1)); // across ci+2 -> ci
-	Triangle2* pAOpp2(a->getOppositeTriangle(i2)); // across ci -> ci+1
-
-	a->setVertexPointer(0, ci);
-	a->setVertexPointer(1, ci1);
-	a->setVertexPointer(2, d);
-	a->setOppTriangle(0, pBFollow);
-	a->setOppTriangle(1, b);
-	a->setOppTriangle(2, pAOpp2);
-
-	b->setVertexPointer(0, ci);
-	b->setVertexPointer(1, d);
-	b->setVertexPointer(2, ci2);
-	b->setOppTriangle(0, pBPrec);
-	b->setOppTriangle(1, pAOpp1);
-	b->setOppTriangle(2, a);
-
-	if(pBFollow != nullptr) pBFollow->setOppTriangle(pBFollow->getIntraTriangleIndex(b), a);
-	if(pAOpp1 != nullptr) pAOpp1->setOppTriangle(pAOpp1->getIntraTriangleIndex(a), b);
-	ci1->setIncidentTriangle(a);
-	ci2->setIncidentTriangle(b);
-}
-
 
 // ======================================================================
 // Queries
@@ -754,8 +517,8 @@ Triangle2* Dt2::locate(const Point2& p)
 	Triangle2* pT(vertexVault.getCloseTriangle(hilbertGrid.getKey(p.x(), p.y())));
 	MIREL_ASSERT(pT!=0);
 	int e(-1);
-	int r(locateConflictTriangle(&p, pT, e));
-	if(r < 0 || r > 2) return pT;
+	LocateResult r(locateConflictTriangle(&p, pT, e));
+	if(!isBeyondHull(r)) return pT;
 	// The walk ends beyond hull edge r: on that edge p still belongs to pT.
 	if(geomTest.getOrientation2(pT, r, &p) == ORIENTATION2_CW) return nullptr;
 	return pT;
@@ -834,13 +597,8 @@ void Dt2::getConvexHull(bool bAllVertices, std::vector<Point2*>& vHullVtx)
 	// The hull edge leaving a hull vertex: rotate clockwise to the end of its fan.
 	auto hullEdgeFrom = [](Point2* pVtx, Triangle2*& pT) {
 		pT = pVtx->getIncidentTriangle();
-		int m(pT->getIntraTriangleIndex(pVtx));
-		while(pT->getOppositeTriangle(prevIndex(m)) != nullptr)
-		{
-			pT = pT->getOppositeTriangle(prevIndex(m));
-			m = pT->getIntraTriangleIndex(pVtx);
-		}
-		return prevIndex(m); // from corner m to corner next(m)
+		MeshSurgery::rotateToFanEnd(pVtx, pT, true);
+		return prevIndex(pT->getIntraTriangleIndex(pVtx)); // from pVtx to the corner after it
 	};
 	std::vector<Point2*> vConvexHullPoints;
 	Point2* pVtx(pStartVtx);
@@ -1141,22 +899,8 @@ bool Dt2::collectUmbrella(Point2* v)
 	vHoleVtx.clear();
 	vHoleEdge.clear();
 	// For a hull vertex, start at the clockwise end of the fan.
-	Triangle2* pFirstT(v->getIncidentTriangle());
-	Triangle2* pT(pFirstT);
-	bool bClosed(true);
-	for(size_t numSteps = 0;; ++numSteps)
-	{
-		Triangle2* pCwT(pT->getOppositeTriangle(prevIndex(pT->getIntraTriangleIndex(v))));
-		if(pCwT == nullptr)
-		{
-			bClosed = false;
-			break;
-		}
-		if(pCwT == pFirstT) break;
-		pT = pCwT;
-		MIREL_ASSERT(numSteps<=2*vertexVault.size());
-	}
-	if(bClosed) pT = pFirstT;
+	Triangle2* pT(v->getIncidentTriangle());
+	bool bClosed(!MeshSurgery::rotateToFanEnd(v, pT, true));
 	Triangle2* pStartT(pT);
 	for(;;)
 	{
@@ -1165,7 +909,7 @@ bool Dt2::collectUmbrella(Point2* v)
 		vHoleVtx.push_back(pT->getCorner(nextIndex(i)));
 		Triangle2* pOuterT(pT->getOppositeTriangle(i));
 		vHoleEdge.push_back(HoleEdge{pOuterT, pOuterT == nullptr ? -1 : pOuterT->getIntraTriangleIndex(pT)});
-		Triangle2* pCcwT(pT->getOppositeTriangle(nextIndex(i)));
+		Triangle2* pCcwT(MeshSurgery::fanCcw(pT, v));
 		if(pCcwT == nullptr)
 		{
 			vHoleVtx.push_back(pT->getCorner(prevIndex(i)));
@@ -1273,7 +1017,7 @@ void Dt2::legalizeHole()
 		if(geomTest.circleInc3state(a, b->getCorner(b->getIntraTriangleIndex(a))) != CINC2_INCIRCLE) continue;
 		if(bConstraintsExist && isFlipLocked(a, i)) continue; // constraint edges stay
 		countRemovalStep();
-		flipEdge(a, i);
+		MeshSurgery::flip(a, i);
 		// The four outer edges of the flipped quadrilateral.
 		vHoleFlipStack.push_back(std::make_pair(a, 0));
 		vHoleFlipStack.push_back(std::make_pair(a, 2));

@@ -32,6 +32,7 @@ class MeshGenParams;
 class RefCand3;
 class RefCandQueue;
 struct RefineWork;
+enum LocateResult : int; // where a point walk ends (MeshSurgery.h)
 
 // The triangulation behind the facade Mirel_2D: an exact 2D Delaunay
 // triangulation built incrementally (Hilbert order, visibility walk, split,
@@ -148,9 +149,8 @@ private:
 	}
 	// Locates v from pStartT, splits and legalises; returns a triangle near v.
 	Triangle2* insertVertex(Point2* v, Triangle2* pStartT);
-	// Visibility walk. Result: -1 inside t (strictly if e == -1, else in the
-	// interior of edge e), 0..2 outside the hull beyond that edge of t, 4 on a corner of t.
-	int locateConflictTriangle(const Point2* v, Triangle2*& t, int& e);
+	// The unguarded visibility walk from t (never null): see LocateResult.
+	LocateResult locateConflictTriangle(const Point2* v, Triangle2*& t, int& e);
 	void split13(Point2* v, Triangle2* t);
 	void initVCheckT24(Point2* v, Triangle2* t, int e);
 	void collectVisibleHullEdges(const Point2* v, Triangle2* pT, int ith, bool bForward, std::vector<std::pair<Triangle2*, int>>& vEdges);
@@ -159,9 +159,7 @@ private:
 	void triangulateCoplanarOrDuplicate();
 	// Empties the flip stack; returns the last triangle handled.
 	Triangle2* legalize();
-	bool isInCircleForFlip(const Point2* v, const Triangle2* pT);
-	// Flips edge i of a with its neighbour across it.
-	void flipEdge(Triangle2* a, int i);
+	struct InsertionFlipPolicy;
 
 	// ---- Constraint machinery (Dt2_constraints.cpp) ----
 	void createConstraintMachinery();

@@ -7,6 +7,7 @@
 #include "ConstraintMgr.h"
 #include "ConstraintSegment2.h"
 #include "Dt2.h"
+#include "MeshSurgery.h"
 #include "tools.h"
 #include <algorithm>
 #include <cmath>
@@ -169,43 +170,43 @@ int Dt2::findSegmentStart(Point2* a, Point2* b, Triangle2*& pStartT, int& startE
 {
 	Triangle2* pFirst(a->getIncidentTriangle());
 	MIREL_ASSERT(pFirst!=0);
-	Triangle2* pT(pFirst);
-	bool bClockwise(false);
-	for(;;)
-	{
+	int result(-1);
+	Triangle2* pFound(MeshSurgery::findInFan(a, pFirst, [&](Triangle2* pT) {
 		int i(pT->getIntraTriangleIndex(a));
 		Point2* c1(pT->getCorner(nextIndex(i)));
 		Point2* c2(pT->getCorner(prevIndex(i)));
-		if(c1 == b || c2 == b) return SWR_EDGE_EXISTS;
+		if(c1 == b || c2 == b)
+		{
+			result = SWR_EDGE_EXISTS;
+			return true;
+		}
 		Orientation2 ori1(geomTest.getOrientation2(a, c1, b));
 		Orientation2 ori2(geomTest.getOrientation2(a, c2, b));
 		MIREL_ASSERT(!(ori1==ORIENTATION2_COLLINEAR && ori2==ORIENTATION2_COLLINEAR));
 		if(ori1 == ORIENTATION2_COLLINEAR && isOnRay(a, c1, b))
 		{
 			pVertexOnSegment = c1;
-			return SWR_VERTEX;
+			result = SWR_VERTEX;
+			return true;
 		}
 		if(ori2 == ORIENTATION2_COLLINEAR && isOnRay(a, c2, b))
 		{
 			pVertexOnSegment = c2;
-			return SWR_VERTEX;
+			result = SWR_VERTEX;
+			return true;
 		}
 		if(ori1 == ORIENTATION2_CCW && ori2 == ORIENTATION2_CW)
 		{
 			pStartT = pT;
 			startEdge = i;
-			return SWR_TARGET;
+			result = SWR_TARGET;
+			return true;
 		}
-		// Counterclockwise around a; at the border, clockwise from the start.
-		Triangle2* pNext(bClockwise ? pT->getOppositeTriangle(prevIndex(i)) : pT->getOppositeTriangle(nextIndex(i)));
-		if(pNext == nullptr && !bClockwise)
-		{
-			bClockwise = true;
-			pNext = pFirst->getOppositeTriangle(prevIndex(pFirst->getIntraTriangleIndex(a)));
-		}
-		MIREL_ASSERT(pNext!=0 && pNext!=pFirst);
-		pT = pNext;
-	}
+		return false;
+	}));
+	// The segment leaves a through one of its triangles (b is not a).
+	MIREL_ASSERT(pFound!=0);
+	return result;
 }
 
 // Walks from a towards b through the triangles the segment crosses, recording
@@ -515,7 +516,7 @@ void Dt2::insertEdgeByFlips(Point2* a, Point2* b)
 			vQueue.emplace_back(u, v); // not convex yet: later flips will make it so
 			continue;
 		}
-		flipEdge(pT, edge);
+		MeshSurgery::flip(pT, edge);
 		bool bStillCrossing(p != a && p != b && q != a && q != b);
 		if(bStillCrossing)
 		{
@@ -696,22 +697,10 @@ void Dt2::bfsFlipIncident(Point2* pVtx)
 	if(pFirst == nullptr) return;
 	std::vector<std::pair<Triangle2*, int> >& vQueue(pConstraintWork->vBfsQueue);
 	vQueue.clear();
-	// The fan of pVtx: counterclockwise, and clockwise from the start at the border.
-	Triangle2* pT(pFirst);
-	do
-	{
+	MeshSurgery::findInFan(pVtx, pFirst, [&vQueue](Triangle2* pT) {
 		for(int i = 0; i < 3; ++i) vQueue.emplace_back(pT, i);
-		pT = pT->getOppositeTriangle(nextIndex(pT->getIntraTriangleIndex(pVtx)));
-	} while(pT != nullptr && pT != pFirst);
-	if(pT == nullptr)
-	{
-		pT = pFirst->getOppositeTriangle(prevIndex(pFirst->getIntraTriangleIndex(pVtx)));
-		while(pT != nullptr)
-		{
-			for(int i = 0; i < 3; ++i) vQueue.emplace_back(pT, i);
-			pT = pT->getOppositeTriangle(prevIndex(pT->getIntraTriangleIndex(pVtx)));
-		}
-	}
+		return false;
+	});
 	flipQueuedEdges();
 }
 
@@ -755,7 +744,7 @@ void Dt2::flipQueuedEdges()
 		Point2* d(b->getCorner(b->getIntraTriangleIndex(a)));
 		if(geomTest.circleInc3state(a, d) != CINC2_INCIRCLE) continue;
 		if(bConstraintsExist && isFlipLocked(a, i)) continue;
-		flipEdge(a, i);
+		MeshSurgery::flip(a, i);
 		for(int k = 0; k < 3; ++k)
 		{
 			vQueue.emplace_back(a, k);

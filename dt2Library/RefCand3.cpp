@@ -5,6 +5,7 @@
 #include "Dt2.h"
 #include "GeomTest.h"
 #include "MeshGenParams.h"
+#include "MeshSurgery.h"
 #include "Visualizer2.h"
 #include "tools.h"
 #include <algorithm>
@@ -93,32 +94,25 @@ void RefCand3::initCircumcenterAndWalk(GeomTest* pGeomTest)
 	walkResult = walkUntilConstraint(pGeomTest);
 }
 
+namespace {
+// The walk towards a circumcentre never crosses a constraint edge.
+struct ConstraintWalkGuard
+{
+	Dt2* pDt;
+	bool mayCross(const Triangle2* t, int i, const Triangle2* /*n*/, int /*j*/) const { return !pDt->isConstraint(const_cast<Triangle2*>(t), i); }
+};
+} // namespace
+
 int RefCand3::walkUntilConstraint(GeomTest* pGeomTest)
 {
-	// Every crossed edge is locally Delaunay (only constraint edges may not
-	// be, and they are never crossed), so the power of the circumcentre with
-	// respect to the visited circumcircles falls strictly: the walk cannot
-	// cycle. The step limit only guards against a broken mesh.
 	Triangle2* pCur(pT);
-	const size_t maxSteps(size_t(1) << 26);
-	for(size_t step = 0; step < maxSteps; ++step)
-	{
-		int crossIdx(-1);
-		for(int i = 0; i < 3; ++i)
-		{
-			if(pGeomTest->getOrientation2(pCur, i, &circumcenter) == ORIENTATION2_CW)
-			{
-				crossIdx = i;
-				break;
-			}
-		}
-		pReachedT = pCur;
-		if(crossIdx == -1) return WALK_INSIDE;
-		if(pDt->isConstraint(pCur, crossIdx)) return crossIdx;
-		Triangle2* pNext(pCur->getOppositeTriangle(crossIdx));
-		if(pNext == nullptr) return WALK_FAILED;
-		pCur = pNext;
-	}
+	int e(-1);
+	ConstraintWalkGuard guard{pDt};
+	LocateResult result(MeshSurgery::walkToPoint(*pGeomTest, &circumcenter, pCur, e, guard));
+	pReachedT = pCur;
+	if(result == LOC_INSIDE) return WALK_INSIDE;
+	if(result == LOC_STOPPED) return e;
+	// Beyond the hull, or onto an existing vertex: nothing to insert.
 	return WALK_FAILED;
 }
 

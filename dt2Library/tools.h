@@ -25,7 +25,20 @@ MIREL_API std::string unitName(const char* sourceFile);
 
 } // namespace MIREL25D
 
+// Checks of broken invariants, always on.
 #define MIREL_ASSERT(cond)                                                              \
 	do {                                                                                \
 		if(!(cond)) ::MIREL25D::assertionFailure(#cond, __FILE__, __LINE__, __PRETTY_FUNCTION__); \
 	} while(0)
+
+// The debug tier: per-step checks inside hot loops and index preconditions.
+// Compiled out where NDEBUG is set (Release builds); the condition is still
+// parsed there, so it cannot rot.
+#ifdef NDEBUG
+#define MIREL_DEBUG_ASSERT(cond) \
+	do {                         \
+		(void)sizeof(!(cond));   \
+	} while(0)
+#else
+#define MIREL_DEBUG_ASSERT(cond) MIREL_ASSERT(cond)
+#endif
