@@ -355,7 +355,7 @@ private:
 	void destroyMeshingMachinery();
 
 	RefCandQueue* pmmAng2RC = nullptr; // the candidate queue, only during a run
-	RefineWork* pRefineWork = nullptr; // pool and work lists of the run
+	RefineWork* pRefineWork = nullptr; // work lists of the run
 	InnerVtxMgr* pInnerVtxMgr = nullptr; // made on first use
 };
 

@@ -30,7 +30,6 @@ struct RefineWork
 	RefineWork(MeshGenParams* pParams_, ConstraintGraph2* pCG_) : pParams(pParams_), pCG(pCG_) {}
 	MeshGenParams* pParams;
 	ConstraintGraph2* pCG;
-	RefCandPool pool;
 	std::vector<Triangle2*> vZoneT;
 	std::vector<Triangle2*> vIncidentT;
 	std::vector<Triangle2*> vCavityT;
@@ -81,13 +80,14 @@ void Dt2::refineMain3(MeshGenParams* pParams)
 		bool bInserted(false);
 		while(!pmmAng2RC->empty())
 		{
-			RefCand3* pRC(pmmAng2RC->pop());
-			if(bLimitReached || !pRC->isAlive()) continue;
-			if(!tryRefine(pRC, pParams)) continue;
+			RefCandQueue::Entry entry(pmmAng2RC->pop());
+			if(bLimitReached || !entry.isAlive()) continue;
+			RefCand3 candidate;
+			candidate.init(this, entry.pT, entry.key);
+			if(!tryRefine(&candidate, pParams)) continue;
 			bInserted = true;
 			if(++pRefineWork->numInserted >= pRefineWork->maxInserted) bLimitReached = true;
 		}
-		pRefineWork->pool.rewind();
 		++numPasses;
 		if(!bInserted || numPasses >= MAX_PASSES || bLimitReached) break;
 	}
@@ -163,7 +163,7 @@ size_t Dt2::computeInsertionLimit(MeshGenParams* pParams)
 	if(pParams->maxEdgeLength < std::numeric_limits<double>::max()) minLen = std::min(minLen, 0.5 * pParams->maxEdgeLength);
 	if(pParams->maxTriangleArea < std::numeric_limits<double>::max()) minLen = std::min(minLen, 0.5 * std::sqrt(pParams->maxTriangleArea));
 	minLen = std::max(minLen, std::sqrt(area) * 1e-7);
-	double limit(16.0 * area / (minLen * minLen) + 16.0 * double(pZone->getNumberOfTriangles()) + 100000.0);
+	double limit(16.0 * area / (minLen * minLen) + 16.0 * double(pZone->getNumberOfTriangles()) + 10000.0);
 	if(!(limit < 1e12)) limit = 1e12;
 	return static_cast<size_t>(limit);
 }
@@ -183,11 +183,10 @@ void Dt2::getInitialRefineCandidates(Zone2* pZone)
 
 void Dt2::addRefCand(Triangle2* pT)
 {
-	RefCand3* pRC(pRefineWork->pool.alloc());
-	if(pRC == nullptr) return;
 	double key(getMinAngle25D(pT));
-	pRC->init(this, pT, key);
-	pmmAng2RC->push(key, pRC);
+	RefCand3 candidate;
+	candidate.init(this, pT, key);
+	if(candidate.hasReason(pRefineWork->pParams)) pmmAng2RC->push(key, pT);
 }
 
 void Dt2::addRefCandsAround(Point2* pVtx)
@@ -295,7 +294,8 @@ int Dt2::findEncroachedPiece(const Point2& cc, Triangle2* pStartT, MeshGenParams
 			Triangle2* pNeigh(pT->getOppositeTriangle(i));
 			if(pNeigh == nullptr || vCavityT.size() >= MAX_CAVITY) continue;
 			if(std::find(vCavityT.begin(), vCavityT.end(), pNeigh) != vCavityT.end()) continue;
-			if(geomTest.circleInc3state(pNeigh, &cc) == CINC2_INCIRCLE) vCavityT.push_back(pNeigh);
+			// Undecided counts as inside: a larger search only checks more pieces.
+			if(geomTest.circleInc3stateFiltered(pNeigh, &cc) != CINC2_OUTCIRCLE) vCavityT.push_back(pNeigh);
 		}
 	}
 	return ENCROACH_NONE;

@@ -109,6 +109,27 @@ public:
 		if(det < -bound && det * -0x1p1000 > underflowScale * 0x1p-70) return CINC2_OUTCIRCLE;
 		return circleInc3state_exact(a, b, c, d);
 	}
+	// Quality meshing: the double stage alone, CINC2_ONCIRCLE where it cannot
+	// decide. Only for searches that may look at a triangle too many; the
+	// mesh itself is never changed on its answer.
+	CircleIncidence2 circleInc3stateFiltered(const Triangle2* t, const Point2* d) const
+	{
+		const Point2* a(t->getCorner(0));
+		const Point2* b(t->getCorner(1));
+		const Point2* c(t->getCorner(2));
+		double qaX(a->x() - d->x()), qaY(a->y() - d->y());
+		double qbX(b->x() - d->x()), qbY(b->y() - d->y());
+		double qcX(c->x() - d->x()), qcY(c->y() - d->y());
+		double la(qaX * qaX + qaY * qaY), lb(qbX * qbX + qbY * qbY), lc(qcX * qcX + qcY * qcY);
+		double p0(qcX * qaY), p1(qcY * qaX), p2(qcY * qbX), p3(qcX * qbY), p4(qbY * qaX), p5(qbX * qaY);
+		double det((p0 - p1) * lb + (p2 - p3) * la + (p4 - p5) * lc);
+		double sb(std::fabs(p1) + std::fabs(p0)), sa(std::fabs(p3) + std::fabs(p2)), sc(std::fabs(p5) + std::fabs(p4));
+		double bound((sb * lb + sa * la + sc * lc) * 3.33e-15);
+		double underflowScale(la + lb + lc + sa + sb + sc + 1.0);
+		if(det > bound && det * 0x1p1000 > underflowScale * 0x1p-70) return CINC2_INCIRCLE;
+		if(det < -bound && det * -0x1p1000 > underflowScale * 0x1p-70) return CINC2_OUTCIRCLE;
+		return CINC2_ONCIRCLE;
+	}
 
 	SegmentIntersection2 getSegmentIntersection(const Point2* p1, const Point2* p2, const Point2* q1, const Point2* q2);
 	Orientation2 getOrientation3D(const Point2* p1, const Point2* p2, const Point2* p3, const Point2* p4);

@@ -12,7 +12,6 @@
 #include <cmath>
 #include <iostream>
 #include <limits>
-#include <new>
 #include <string>
 
 namespace MIREL25D {
@@ -112,6 +111,8 @@ int RefCand3::walkUntilConstraint(GeomTest* pGeomTest)
 	pReachedT = pCur;
 	if(result == LOC_INSIDE) return WALK_INSIDE;
 	if(result == LOC_STOPPED) return e;
+	// The walk names a hull edge for a point on it: the point is in the mesh.
+	if(isBeyondHull(result) && pGeomTest->getOrientation2(pCur, int(result), &circumcenter) == ORIENTATION2_COLLINEAR) return WALK_INSIDE;
 	// Beyond the hull, or onto an existing vertex: nothing to insert.
 	return WALK_FAILED;
 }
@@ -207,13 +208,7 @@ bool RefCand3::hasSmallConstraintCorner(double minAngleDegree) const
 bool RefCand3::needRefinement(MeshGenParams* pParams, GeomTest* pGeomTest)
 {
 	if(pParams->verbosity == 1) bVerbose = true;
-	for(int i = 0; i < 3; ++i)
-	{
-		aSqLen2D[i] = pT->getSquaredEdgeLength2D(i);
-		aSqLen25D[i] = pT->getSquaredEdgeLength25D(i);
-	}
-	std::sort(aSqLen2D, aSqLen2D + 3);
-	std::sort(aSqLen25D, aSqLen25D + 3);
+	computeEdgeLengths();
 	Reason reason(findReason(pParams));
 	if(reason == REASON_NONE) return false;
 	initCircumcenterAndWalk(pGeomTest);
@@ -221,6 +216,17 @@ bool RefCand3::needRefinement(MeshGenParams* pParams, GeomTest* pGeomTest)
 	if(!isSafe(pGeomTest)) return false;
 	if(bVerbose) reportReason(reason);
 	return true;
+}
+
+void RefCand3::computeEdgeLengths()
+{
+	for(int i = 0; i < 3; ++i)
+	{
+		aSqLen2D[i] = pT->getSquaredEdgeLength2D(i);
+		aSqLen25D[i] = pT->getSquaredEdgeLength25D(i);
+	}
+	std::sort(aSqLen2D, aSqLen2D + 3);
+	std::sort(aSqLen25D, aSqLen25D + 3);
 }
 
 RefCand3::Reason RefCand3::findReason(MeshGenParams* pParams)
@@ -278,58 +284,18 @@ void RefCand3::showSituation(const char* suffix) const
 // Candidate pool and queue
 // ---------------------------------------------------------------------------
 
-RefCandPool::~RefCandPool()
+void RefCandQueue::push(double key, Triangle2* pT)
 {
-	for(std::pair<RefCand3*, size_t>& block : vBlocks) ::operator delete[](static_cast<void*>(block.first));
-}
-
-void RefCandPool::rewind()
-{
-	idxBlock = 0;
-	numUsed = 0;
-	bJustRewound = true;
-}
-
-RefCand3* RefCandPool::allocFromNextBlock()
-{
-	// Blocks of an earlier pass first.
-	while(idxBlock + 1 < vBlocks.size() || (idxBlock < vBlocks.size() && numUsed < vBlocks[idxBlock].second))
-	{
-		if(numUsed < vBlocks[idxBlock].second) return vBlocks[idxBlock].first + numUsed++;
-		++idxBlock;
-		numUsed = 0;
-	}
-	size_t blockSize(nextBlockSize);
-	if(bJustRewound && !vBlocks.empty()) blockSize = std::max<size_t>(1, vBlocks.back().second / 2);
-	blockSize = std::min(blockSize, MAX_BLOCK_SIZE);
-	bJustRewound = false;
-	void* pMem(::operator new[](blockSize * sizeof(RefCand3), std::nothrow));
-	if(pMem == nullptr)
-	{
-		std::cout << "SimplePool::alloc(..), ERROR: Out of memory" << std::endl;
-		return nullptr;
-	}
-	RefCand3* pBlock(static_cast<RefCand3*>(pMem));
-	for(size_t i = 0; i < blockSize; ++i) new(pBlock + i) RefCand3();
-	vBlocks.push_back(std::make_pair(pBlock, blockSize));
-	nextBlockSize = std::min(2 * blockSize, MAX_BLOCK_SIZE);
-	idxBlock = vBlocks.size() - 1;
-	numUsed = 1;
-	return pBlock;
-}
-
-void RefCandQueue::push(double key, RefCand3* pRC)
-{
-	vHeap.push_back(Entry{key, seq++, pRC});
+	vHeap.push_back(Entry{key, seq++, pT, {pT->getCorner(0), pT->getCorner(1), pT->getCorner(2)}});
 	std::push_heap(vHeap.begin(), vHeap.end());
 }
 
-RefCand3* RefCandQueue::pop()
+RefCandQueue::Entry RefCandQueue::pop()
 {
 	std::pop_heap(vHeap.begin(), vHeap.end());
-	RefCand3* pRC(vHeap.back().pRC);
+	Entry entry(vHeap.back());
 	vHeap.pop_back();
-	return pRC;
+	return entry;
 }
 
 } // namespace MIREL25D

@@ -35,6 +35,13 @@ public:
 	int walkUntilConstraint(GeomTest* pGeomTest);
 	// The refinement decision; the edge lengths and the verbose flag are set on the way.
 	bool needRefinement(MeshGenParams* pParams, GeomTest* pGeomTest);
+	// Whether a size or angle bound asks for work (the decision without the
+	// walk): triangles that pass are not queued at all.
+	bool hasReason(MeshGenParams* pParams)
+	{
+		computeEdgeLengths();
+		return findReason(pParams) != REASON_NONE;
+	}
 	bool isSafe(GeomTest* pGeomTest);
 
 	Triangle2* getTriangle() const { return pT; }
@@ -53,6 +60,7 @@ private:
 		REASON_GROWTH,
 		REASON_ANGLE
 	};
+	void computeEdgeLengths();
 	Reason findReason(MeshGenParams* pParams);
 	void reportReason(Reason reason);
 	bool isBlocked(MeshGenParams* pParams);
@@ -77,55 +85,30 @@ private:
 // The smallest 2.5D interior angle of pT in degrees: the queue key.
 double getMinAngle25D(const Triangle2* pT);
 
-// Candidate records in blocks that never move. Each new block is twice the
-// previous one (half of it right after a rewind), up to a cap; rewinding
-// makes the first block the next to be used, so the memory of one pass is
-// reused by the next.
-class RefCandPool
-{
-public:
-	RefCandPool() : idxBlock(0), numUsed(0), nextBlockSize(1024), bJustRewound(false) {}
-	~RefCandPool();
-	RefCandPool(const RefCandPool&) = delete;
-	RefCandPool& operator=(const RefCandPool&) = delete;
-	// Null (after the pool's message) when no memory can be had.
-	RefCand3* alloc()
-	{
-		if(idxBlock < vBlocks.size() && numUsed < vBlocks[idxBlock].second) return vBlocks[idxBlock].first + numUsed++;
-		return allocFromNextBlock();
-	}
-	void rewind();
-
-private:
-	RefCand3* allocFromNextBlock();
-	static const size_t MAX_BLOCK_SIZE = size_t(1) << 20;
-	std::vector<std::pair<RefCand3*, size_t>> vBlocks;
-	size_t idxBlock;
-	size_t numUsed;
-	size_t nextBlockSize;
-	bool bJustRewound;
-};
-
 // The candidate queue: worst triangle (smallest angle) first, equal keys in
-// insertion order. A binary heap over a reused vector, so that queueing
+// insertion order. Only triangles that need work are queued, each as its key
+// and the corners that tell whether it is still alive; the full candidate is
+// made when it is taken. A binary heap over a reused vector, so that queueing
 // allocates nothing once the vector has grown.
 class RefCandQueue
 {
 public:
-	RefCandQueue() : seq(0) {}
-	void push(double key, RefCand3* pRC);
-	RefCand3* pop();
-	bool empty() const { return vHeap.empty(); }
-	size_t size() const { return vHeap.size(); }
-
-private:
 	struct Entry
 	{
 		double key;
 		uint64_t seq;
-		RefCand3* pRC;
+		Triangle2* pT;
+		Point2* aCorners[3];
+		bool isAlive() const { return pT->getCorner(0) == aCorners[0] && pT->getCorner(1) == aCorners[1] && pT->getCorner(2) == aCorners[2]; }
 		bool operator<(const Entry& other) const { return key > other.key || (key == other.key && seq > other.seq); }
 	};
+	RefCandQueue() : seq(0) {}
+	void push(double key, Triangle2* pT);
+	Entry pop();
+	bool empty() const { return vHeap.empty(); }
+	size_t size() const { return vHeap.size(); }
+
+private:
 	std::vector<Entry> vHeap;
 	uint64_t seq;
 };

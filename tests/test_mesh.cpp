@@ -4,6 +4,8 @@
 #include "MeshGenParams.h"
 #include "Mirel25D.h"
 #include "test_support.h"
+#include <functional>
+#include <limits>
 
 namespace mtest {
 namespace {
@@ -363,6 +365,226 @@ TEST(Mesh, RandomPolygonsWithHolesMeetBounds)
 		numExemptTotal += q.numExempt;
 		std::cout << "seed " << c.seed << ": " << q.numTriangles << " zone triangles, min angle " << q.minAngleNonExempt << ", exempt " << q.numExempt << std::endl;
 	}
+}
+
+// With splitting disallowed no constraint piece changes; locked segments stay
+// whole while their neighbours are split.
+TEST(Mesh, NoSplitWhenDisallowedAndLockedSegmentsStayWhole)
+{
+	for(unsigned seed = 11; seed < 14; ++seed)
+	{
+		SCOPED_TRACE("seed " + std::to_string(seed));
+		{
+			MeshSetup s(randomScene(seed, 5, 3.0, seed == 12 ? 1e6 : 0.0, false));
+			std::vector<ConstraintSegment2*> vBefore, vAfter;
+			s.dt.getAliveConstraintSegments(vBefore);
+			captureStdout([&]() { s.dt.refine(s.pZone, 25.0, 0.001, 1.0, false); });
+			s.dt.getAliveConstraintSegments(vAfter);
+			std::sort(vBefore.begin(), vBefore.end());
+			std::sort(vAfter.begin(), vAfter.end());
+			EXPECT_TRUE(vBefore == vAfter);
+			expectConstrainedDelaunay(s.dt);
+		}
+		{
+			MeshSetup s(randomScene(seed, 5, 3.0, 0.0, seed == 13));
+			std::vector<ConstraintSegment2*> vParents;
+			s.pGraph->getOriginalConstraintSegments(vParents);
+			MeshGenParams params(s.pZone);
+			params.minAngleDegree = 28.0;
+			params.maxEdgeLength = 0.8;
+			std::vector<ConstraintSegment2*> vLocked;
+			for(size_t i = 0; i < vParents.size(); i += 2)
+			{
+				params.addLockedConstraint(vParents[i]);
+				params.addLockedConstraint(vParents[i]); // twice changes nothing
+				vLocked.push_back(vParents[i]);
+			}
+			EXPECT_EQ(params.pLockedConstraints->size(), vLocked.size());
+			captureStdout([&]() { s.dt.refineAdvanced(&params); });
+			for(ConstraintSegment2* pCSeg : vLocked) EXPECT_TRUE(pCSeg->isAlive());
+			size_t numSplit(0);
+			for(size_t i = 1; i < vParents.size(); i += 2) numSplit += vParents[i]->isAlive() ? 0 : 1;
+			EXPECT_GT(numSplit, 0u);
+			expectConstrainedDelaunay(s.dt);
+			expectPiecesCoverParents(s.pGraph, seed == 13);
+		}
+	}
+}
+
+std::string goldenText(const std::string& name)
+{
+	std::string path(__FILE__);
+	path = path.substr(0, path.find_last_of('/')) + "/data/" + name;
+	return readFile(path);
+}
+
+// Every refusal: the message, and the triangulation exactly as before.
+TEST(Mesh, BadInputIsRefusedWithAMessageAndChangesNothing)
+{
+	MeshSetup s(randomScene(21, 3, 0.0, 0.0, true));
+	auto snapshot = [&]() {
+		std::vector<Triangle2*> vT;
+		s.dt.getTrianglePointers(vT);
+		std::set<std::vector<double>> sT;
+		for(Triangle2* pT : vT)
+		{
+			std::vector<double> v;
+			for(int i = 0; i < 3; ++i) v.insert(v.end(), {pT->getCorner(i)->x(), pT->getCorner(i)->y(), pT->getCorner(i)->z()});
+			sT.insert(v);
+		}
+		return sT;
+	};
+	const std::set<std::vector<double>> sBefore(snapshot());
+	const double NaN(std::numeric_limits<double>::quiet_NaN());
+	std::string text;
+	auto attempt = [&](const std::string& what, std::function<void(MeshGenParams&)> setBad) {
+		MeshGenParams params(s.pZone);
+		setBad(params);
+		std::string out(captureStdout([&]() { s.dt.refineAdvanced(&params); }));
+		text += "== " + what + "\n" + out;
+		EXPECT_TRUE(snapshot() == sBefore) << what;
+	};
+	attempt("minEdgeLength NaN", [&](MeshGenParams& p) { p.minEdgeLength = NaN; });
+	attempt("minEdgeLength -1", [&](MeshGenParams& p) { p.minEdgeLength = -1; });
+	attempt("maxEdgeLength NaN", [&](MeshGenParams& p) { p.maxEdgeLength = NaN; });
+	attempt("maxEdgeLength 0", [&](MeshGenParams& p) { p.maxEdgeLength = 0; });
+	attempt("maxTriangleArea -1", [&](MeshGenParams& p) { p.maxTriangleArea = -1; });
+	attempt("growFactor NaN", [&](MeshGenParams& p) { p.growFactor = NaN; });
+	attempt("growFactorMinArea -1", [&](MeshGenParams& p) { p.growFactorMinArea = -1; });
+	attempt("gridLength -1", [&](MeshGenParams& p) { p.gridLength = -1; });
+	attempt("minAngleDegree NaN", [&](MeshGenParams& p) { p.minAngleDegree = NaN; });
+	attempt("minAngleDegree 30.000001", [&](MeshGenParams& p) { p.minAngleDegree = 30.000001; });
+	attempt("no zone", [&](MeshGenParams& p) { p.pZone = nullptr; });
+	Zone2* pOutside(s.dt.createZone(s.pGraph, ZL_OUTSIDE, false));
+	attempt("outside zone", [&](MeshGenParams& p) { p.pZone = pOutside; });
+	std::vector<Segment2> vOther{Segment2(Point2(20, 20, 0), Point2(21, 20, 0)), Segment2(Point2(21, 20, 0), Point2(21, 21, 0)),
+		Segment2(Point2(21, 21, 0), Point2(20, 20, 0))};
+	Zone2* pTwoGraphs(s.dt.createZone(std::vector<ConstraintGraph2*>{s.pGraph, s.dt.createConstraint(vOther, CIS_CONSTRAINED_DELAUNAY, true)}, ZL_INSIDE, false));
+	const std::set<std::vector<double>> sWithOther(snapshot());
+	{
+		MeshGenParams params(pTwoGraphs);
+		text += "== two graphs\n" + captureStdout([&]() { s.dt.refineAdvanced(&params); });
+		EXPECT_TRUE(snapshot() == sWithOther);
+	}
+	// The facade's own refusals go to standard error.
+	testing::internal::CaptureStderr();
+	s.dt.refine(nullptr, 20, 0.001, 1, true);
+	s.dt.refine(s.pZone, 30.000001, 0.001, 1, true);
+	MeshGenParams growRecord(s.dt.createZone(s.pGraph, ZL_GROW, Point2(0, 0, 0), false));
+	text += "== standard error\n" + testing::internal::GetCapturedStderr();
+	EXPECT_TRUE(snapshot() == sWithOther);
+	EXPECT_EQ(growRecord.gridVector.x(), 0.0);
+	EXPECT_EQ(text, goldenText("mesh_refusals.txt"));
+	if(text != goldenText("mesh_refusals.txt")) std::ofstream("mesh_refusals.actual.txt") << text;
+
+	// 30 degrees exactly is accepted.
+	std::string out(captureStdout([&]() { s.dt.refine(s.pZone, 30.0, 0.001, 1e300, true); }));
+	EXPECT_EQ(out.find("minAngleDegree"), std::string::npos);
+	EXPECT_TRUE(snapshot() != sWithOther);
+}
+
+// A derived record: its bounds are asked for every triangle.
+class LeftHalfFine : public MeshGenParams
+{
+public:
+	LeftHalfFine(Zone2* pZone_, double splitX_) : MeshGenParams(pZone_), splitX(splitX_) {}
+	double getMaxEdgeLength(Triangle2* pT) override
+	{
+		++numCalls;
+		return pT->getBarycenter().x() < splitX ? 0.4 : std::numeric_limits<double>::max();
+	}
+	double splitX;
+	size_t numCalls = 0;
+};
+
+TEST(Mesh, RecordDefaultsCopiesAndPerTriangleBounds)
+{
+	MeshSetup s(randomScene(31, 4, 0.0, 0.0, true));
+	MeshGenParams params(s.pZone);
+	EXPECT_EQ(params.minAngleDegree, 20.0);
+	EXPECT_EQ(params.minEdgeLength, 0.001);
+	EXPECT_EQ(params.maxEdgeLength, std::numeric_limits<double>::max());
+	EXPECT_EQ(params.maxTriangleArea, std::numeric_limits<double>::max());
+	EXPECT_EQ(params.growFactor, std::numeric_limits<double>::max());
+	EXPECT_EQ(params.gridLength, 0.0);
+	EXPECT_EQ(params.gridVector.x(), 1.0);
+	EXPECT_TRUE(params.bAllowConstraintSplitting && params.bResetSplitRecord && params.verbosity == 0 && params.pHeightGuide == nullptr);
+
+	// Copies share one locked set; each may go first.
+	std::vector<ConstraintSegment2*> vParents;
+	s.pGraph->getOriginalConstraintSegments(vParents);
+	{
+		MeshGenParams early(params); // copied before the set existed: its own set later
+		params.addLockedConstraint(vParents[0]);
+		MeshGenParams* pCopy(new MeshGenParams(params));
+		MeshGenParams assigned(nullptr);
+		assigned = params;
+		pCopy->addLockedConstraint(vParents[1]);
+		EXPECT_EQ(pCopy->pLockedConstraints, params.pLockedConstraints);
+		EXPECT_TRUE(assigned.isLocked(vParents[1]));
+		early.addLockedConstraint(vParents[2]);
+		EXPECT_FALSE(params.isLocked(vParents[2]) || early.isLocked(vParents[0]));
+		MeshGenParams later(*pCopy);
+		delete pCopy;
+		EXPECT_TRUE(later.isLocked(vParents[0]) && later.isLocked(vParents[1]));
+	}
+	EXPECT_EQ(params.pLockedConstraints->size(), 2u);
+
+	LeftHalfFine graded(s.pZone, 0.0);
+	captureStdout([&]() { s.dt.refineAdvanced(&graded); });
+	EXPECT_GT(graded.numCalls, 0u);
+	ExemptionCheck exemption(s.dt, graded.minAngleDegree, graded.minEdgeLength);
+	size_t numCoarseRight(0);
+	for(Triangle2* pT : zoneTriangles(s.pZone))
+	{
+		bool bLeft(pT->getBarycenter().x() < 0.0);
+		if(bLeft && !exemption.isExempt(pT))
+		{
+			EXPECT_LE(maxEdge25D(pT), 0.4);
+		}
+		if(!bLeft && maxEdge25D(pT) > 1.0) ++numCoarseRight;
+	}
+	EXPECT_GT(numCoarseRight, 0u);
+}
+
+// Bounds that cannot be met end at the insertion limit with a message.
+class Impossible : public MeshGenParams
+{
+public:
+	explicit Impossible(Zone2* pZone_) : MeshGenParams(pZone_) {}
+	double getMaxEdgeLength(Triangle2* /*pT*/) override { return 1e-9; }
+};
+
+TEST(Mesh, UnreachableBoundsStopAtTheInsertionLimit)
+{
+	Mirel_2D dt(100);
+	std::vector<Point2> vSquare{Point2(0, 0, 1), Point2(0.01, 0, 1), Point2(0.01, 0.01, 1), Point2(0, 0.01, 1)};
+	dt.insert(vSquare);
+	std::vector<Segment2> vSegments;
+	for(size_t i = 0; i < 4; ++i) vSegments.push_back(Segment2(vSquare[i], vSquare[(i + 1) % 4]));
+	ConstraintGraph2* pGraph(dt.createConstraint(vSegments, CIS_CONSTRAINED_DELAUNAY, true));
+	Zone2* pZone(dt.createZone(pGraph, ZL_INSIDE, false));
+	Impossible params(pZone);
+	std::string out(captureStdout([&]() { dt.refineAdvanced(&params); }));
+	EXPECT_NE(out.find("refinement stopped after"), std::string::npos);
+	EXPECT_GT(dt.numberOfPoints(), 1000u);
+	expectConstrainedDelaunay(dt);
+	expectPiecesCoverParents(pGraph, true);
+}
+
+// verbosity 1: each refinement reason is printed and drawn.
+TEST(Mesh, VerboseRunReportsAndDrawsItsDecisions)
+{
+	MeshSetup s(randomScene(41, 0, 0.0, 0.0, true));
+	MeshGenParams params(s.pZone);
+	params.verbosity = 1;
+	params.maxEdgeLength = 5.0;
+	std::string out(captureStdout([&]() { s.dt.refineAdvanced(&params); }));
+	EXPECT_NE(out.find("RefC: sidelength is "), std::string::npos);
+	EXPECT_NE(out.find("RefC: minAngle, current="), std::string::npos);
+	EXPECT_GT(countOf(out, "RefC: "), 2u);
+	std::ifstream picture("need_1_sidelen.ps");
+	EXPECT_TRUE(picture.good() || std::ifstream("need_1_quality25.ps").good());
 }
 
 } // namespace
