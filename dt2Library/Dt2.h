@@ -13,6 +13,7 @@
 #include "Triangle2.h"
 #include "VertexVault.h"
 #include "Zone2.h"
+#include <atomic>
 #include <cstddef>
 #include <string>
 #include <utility>
@@ -357,6 +358,56 @@ private:
 	RefCandQueue* pmmAng2RC = nullptr; // the candidate queue, only during a run
 	RefineWork* pRefineWork = nullptr; // work lists of the run
 	InnerVtxMgr* pInnerVtxMgr = nullptr; // made on first use
+
+	// ======================================================================
+	// Terrain heights and draping (Dt2_heights.cpp)
+	// ======================================================================
+public:
+	// The height of the surface at (x, y): the planar interpolation in the
+	// containing triangle, always within its corner heights. pApproxT, when
+	// given, is where the search starts (it costs three orientation tests when
+	// it already contains the point). Outside the hull, tolerance > 0 allows
+	// the height of the nearest hull point within that 2D distance. False (and
+	// height untouched) outside, while no triangle exists and for non-finite
+	// coordinates (with a message).
+	bool getHeight(double x, double y, double& height, Triangle2* pApproxT, double tolerance);
+	// For a point outside the hull: the height of the nearest point of the
+	// hull if it lies within tolerance (2D distance), else false.
+	bool getNearbyHeight(double x, double y, double& height, double tolerance);
+	// Appends each segment laid onto the surface as a chain of 3D segments
+	// (Dt2_drape.cpp). Parts outside the hull are cut off. zTolerance < 0 keeps
+	// every edge crossing; otherwise points whose height differs less than
+	// zTolerance from the simplified chain are left out. False for non-finite
+	// input or while no triangle exists (with a message).
+	bool drape(std::vector<Segment2>& vSegmentsIn, std::vector<Segment2>& vSegmentsOut, double zTolerance);
+	// The surface points along a->b in order: the (clipped) source, every
+	// crossing with a triangle edge, every vertex on the segment and the
+	// (clipped) target. False when the segment misses the triangulation.
+	bool getDrapePoints(const Point2& a, const Point2& b, std::vector<Point2>& vPoints);
+	// For a source a outside the hull: where a->b enters the mesh, either
+	// through hull edge entryEdge of pEntryT or at the hull vertex pEntryVtx.
+	// False when the segment misses the hull.
+	bool cutLineAtCH(const Point2& a, const Point2& b, Triangle2*& pEntryT, int& entryEdge, Point2*& pEntryVtx);
+
+private:
+	// The walk along a segment from its start inside the mesh, its entry at a
+	// hull vertex or through a hull edge; appends the surface points.
+	void walkAlongSegment(const Point2& a, const Point2& b, Triangle2* pT, int enterEdge, Point2* pVtx, bool bStartInside, std::vector<Point2>& vPoints);
+	// The point where a->b crosses edge i of pT, its height interpolated along the edge.
+	Point2 getEdgeCrossing(const Point2& a, const Point2& b, const Triangle2* pT, int i);
+	// Walks from pT to q: true when q lies in the closed triangle pT, false when
+	// it lies outside the hull beyond edge exitEdge of the hull triangle pT.
+	bool walkToQuery(const Point2& q, Triangle2*& pT, int& exitEdge);
+	// Where a height walk to q starts: where the last one ended if that is
+	// near, else the triangle the vault keeps near q's Hilbert key.
+	Triangle2* getHeightWalkStart(const Point2& q);
+	// The height in the triangle known to contain (x, y).
+	double getHeightInTriangle(const Triangle2* pT, double x, double y) const;
+	bool getNearbyHeightFromExit(const Point2& q, Triangle2* pT, int exitEdge, double& height, double tolerance);
+
+	// Last triangle a height walk ended in; a hint only, checked for life
+	// before use. Atomic so that concurrent height queries stay race-free.
+	std::atomic<Triangle2*> pLastHeightT{nullptr};
 };
 
 } // namespace MIREL25D

@@ -252,11 +252,8 @@ bool Dt2::tryRefine(RefCand3* pRC, MeshGenParams* pParams)
 
 bool Dt2::getRefinementHeight(double x, double y, Triangle2* pContainingT, MeshGenParams* pParams, double& height)
 {
-	Triangle2* pT(pContainingT);
-	if(pParams->pHeightGuide != nullptr) pT = pParams->pHeightGuide->locate(Point2(x, y, 0.0));
-	if(pT == nullptr) return false;
-	height = getExactHeight(*pT->getCorner(0), *pT->getCorner(1), *pT->getCorner(2), x, y);
-	return true;
+	if(pParams->pHeightGuide != nullptr) return pParams->pHeightGuide->getHeight(x, y, height, nullptr, 0.0);
+	return getHeight(x, y, height, pContainingT, 0.0);
 }
 
 // Looks at the constraint edges around the cavity that a point at cc would

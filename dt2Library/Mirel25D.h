@@ -18,3 +18,5 @@
 #include "Zone2.h"
 #include "Mirel_2D.h"
 #include "MeshGenParams.h"
+// Terrain tools
+#include "IsoContours.h"

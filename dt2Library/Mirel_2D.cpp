@@ -229,6 +229,17 @@ void Mirel_2D::show(Visualizer2* pVis, bool bWithConstraints)
 	pImpl->show(pVis, bWithConstraints);
 }
 
+// ---- Terrain: heights and draping ----
+bool Mirel_2D::getHeight(double x, double y, double& height, Triangle2* pApproxT, double tolerance) const
+{
+	return pImpl->getHeight(x, y, height, pApproxT, tolerance);
+}
+
+bool Mirel_2D::drape(std::vector<Segment2>& vSegmentsIn, std::vector<Segment2>& vSegmentsOut, double zTolerance) const
+{
+	return pImpl->drape(vSegmentsIn, vSegmentsOut, zTolerance);
+}
+
 Zone2* Mirel_2D::reportNoZone(Zone2* pZone, bool bVerbose)
 {
 	if(pZone == nullptr && bVerbose) sendWarning("Mirel_2D::createZone(..)", "No zone created, returning NULL (bVerbose==true)");

@@ -138,6 +138,21 @@ public:
 	// The same with every parameter of the record (the caller owns it).
 	void refineAdvanced(MeshGenParams* pParameters);
 
+	// ---- Terrain: heights and draping ----
+	// True and the surface height at (x, y): the planar interpolation in the
+	// containing triangle, always within its corner heights. pApproxT (may be
+	// null) is a triangle near the point where the search starts. Outside the
+	// hull, a tolerance > 0 gives the height of the nearest hull point within
+	// that distance. False otherwise (height is then not written), also for
+	// non-finite coordinates, with a message.
+	bool getHeight(double x, double y, double& height, Triangle2* pApproxT = nullptr, double tolerance = 0.0) const;
+	// Appends each input segment laid onto the surface as a chain of 3D
+	// segments; parts outside the hull are cut off. zTolerance < 0 keeps every
+	// crossing of a triangle edge; otherwise the chain is simplified as long as
+	// no left-out point differs in height by zTolerance or more from it. False
+	// for segments with non-finite coordinates (skipped, with a message).
+	bool drape(std::vector<Segment2>& vSegmentsIn, std::vector<Segment2>& vSegmentsOut, double zTolerance) const;
+
 private:
 	Zone2* reportNoZone(Zone2* pZone, bool bVerbose);
 

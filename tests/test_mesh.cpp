@@ -587,5 +587,38 @@ TEST(Mesh, VerboseRunReportsAndDrawsItsDecisions)
 	EXPECT_TRUE(picture.good() || std::ifstream("need_1_quality25.ps").good());
 }
 
+// With a height guide the circumcentres take the guide's surface (here the
+// scene's plane with a bump), the split points the heights of their
+// constraint's ends.
+TEST(Mesh, HeightGuideGivesTheHeightsOfNewInteriorPoints)
+{
+	MeshScene scene(randomScene(51, 3, 0.0, 0.0, true));
+	MeshSetup s(scene);
+	Mirel_2D guide(1000);
+	std::vector<Point2> vGuide;
+	for(double x = -20; x <= 20; x += 0.5)
+		for(double y = -20; y <= 20; y += 0.5) vGuide.push_back(Point2(x, y, scene.planeZ(x, y) + 0.3 * std::sin(x) * std::sin(y)));
+	guide.insert(vGuide);
+	std::vector<Point2*> vBefore;
+	s.dt.getVertexPointers(vBefore);
+	std::set<Point2*> sBefore(vBefore.begin(), vBefore.end());
+	MeshGenParams params(s.pZone);
+	params.pHeightGuide = &guide;
+	params.maxEdgeLength = 1.0;
+	captureStdout([&]() { s.dt.refineAdvanced(&params); });
+	std::vector<Point2*> vAfter;
+	s.dt.getVertexPointers(vAfter);
+	size_t numBumped(0);
+	for(Point2* p : vAfter)
+	{
+		if(sBefore.count(p) != 0 || s.dt.isConstraint(p)) continue;
+		double expected(0.0);
+		ASSERT_TRUE(guide.getHeight(p->x(), p->y(), expected));
+		EXPECT_EQ(p->z(), expected);
+		if(std::fabs(p->z() - scene.planeZ(p->x(), p->y())) > 0.01) ++numBumped;
+	}
+	EXPECT_GT(numBumped, 10u);
+}
+
 } // namespace
 } // namespace mtest
