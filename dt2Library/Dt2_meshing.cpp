@@ -433,16 +433,17 @@ bool Dt2::findCollinearSplitPoint(const Point2& p1, const Point2& p2, Point2& sp
 // Where no double lies exactly on the piece, its rounded midpoint (off the
 // line by less than one unit in the last place) is used if it lies strictly
 // inside the two triangles beside the edge, so that the bent pieces cannot
-// reach past the edge's neighbourhood.
+// reach past the edge's neighbourhood (on the hull: beyond the edge).
 bool Dt2::isInsideEdgeNeighbourhood(Triangle2* pT, int i, const Point2& q)
 {
 	Triangle2* pOpp(pT->getOppositeTriangle(i));
-	if(pOpp == nullptr) return false;
-	int j(pOpp->getIntraTriangleIndex(pT));
 	Point2* a(pT->getCorner(i));
 	Point2* b(pT->getCorner(nextIndex(i)));
-	Point2* c(pOpp->getCorner(j));
 	Point2* d(pT->getCorner(prevIndex(i)));
+	// A hull edge has nothing beyond it: q may bend the hull outwards.
+	if(pOpp == nullptr) return geomTest.getOrientation2(a, b, &q) == ORIENTATION2_CCW && geomTest.getOrientation2(d, a, &q) == ORIENTATION2_CCW;
+	int j(pOpp->getIntraTriangleIndex(pT));
+	Point2* c(pOpp->getCorner(j));
 	// The quad a, b, c, d is counterclockwise; q must be strictly left of each side.
 	return geomTest.getOrientation2(a, b, &q) == ORIENTATION2_CCW && geomTest.getOrientation2(b, c, &q) == ORIENTATION2_CCW &&
 		   geomTest.getOrientation2(c, d, &q) == ORIENTATION2_CCW && geomTest.getOrientation2(d, a, &q) == ORIENTATION2_CCW;

@@ -92,12 +92,13 @@ MeshScene randomScene(unsigned seed, int numHoles, double spikeDeg, double offse
 // the plane), the rings as one oriented constraint graph, and its zone.
 struct MeshSetup
 {
-	explicit MeshSetup(const MeshScene& scene_, ConstraintInsertionStrategy cis = CIS_CONSTRAINED_DELAUNAY) : scene(scene_), dt(1000)
+	// Without the frame the outer ring's edges are hull edges.
+	explicit MeshSetup(const MeshScene& scene_, ConstraintInsertionStrategy cis = CIS_CONSTRAINED_DELAUNAY, bool bFrame = true) : scene(scene_), dt(1000)
 	{
 		double o(scene.offset);
 		std::vector<Point2> vFrame{Point2(o - 15, o - 15, 0), Point2(o + 15, o - 15, 0), Point2(o + 15, o + 15, 0), Point2(o - 15, o + 15, 0)};
 		for(Point2& p : vFrame) p = Point2(p.x(), p.y(), scene.planeZ(p.x(), p.y()));
-		dt.insert(vFrame);
+		if(bFrame) dt.insert(vFrame);
 		std::vector<Segment2> vSegments;
 		for(const std::vector<Point2>& vRing : scene.vRings)
 		{
@@ -327,18 +328,25 @@ TEST(Mesh, RandomPolygonsWithHolesMeetBounds)
 		double minAngle;
 		double maxEdge;
 		bool bGrid;
+		ConstraintInsertionStrategy cis = CIS_CONSTRAINED_DELAUNAY;
+		bool bFrame = true;
 	};
 	const Case aCases[] = {{1, 0, 0.0, 0.0, 20.0, 1e300, false}, {2, 3, 5.0, 0.0, 25.0, 2.0, true}, {3, 6, 1.0, 0.0, 20.7, 1.0, false},
 		{4, 10, 2.5, 1e6, 28.0, 1e300, true}, {5, 16, 3.0, 1e6, 20.0, 0.7, false}, {6, 4, 1.5, -1e6, 30.0, 1.5, true},
-		{7, 12, 4.0, 1e6, 25.0, 0.5, true}, {8, 8, 1.0, 0.0, 20.0, 1e300, false}};
+		{7, 12, 4.0, 1e6, 25.0, 0.5, true}, {8, 8, 1.0, 0.0, 20.0, 1e300, false}, {9, 6, 3.0, 0.0, 25.0, 1.0, false, CIS_CONFORMING_SURFACE_HEIGHT},
+		{10, 5, 2.0, 1e6, 22.0, 0.8, false, CIS_CONSTRAINED_DELAUNAY, false}, {11, 7, 4.0, 0.0, 28.0, 1.2, true, CIS_CONSTRAINED_DELAUNAY, false}};
 	size_t numExemptTotal(0);
 	for(const Case& c : aCases)
 	{
 		SCOPED_TRACE("seed " + std::to_string(c.seed));
-		MeshSetup s(randomScene(c.seed, c.numHoles, c.spikeDeg, c.offset, c.bGrid));
+		MeshSetup s(randomScene(c.seed, c.numHoles, c.spikeDeg, c.offset, c.bGrid), c.cis, c.bFrame);
 		ASSERT_NE(s.pZone, nullptr);
 		mpq_class areaBefore(exactZoneArea(s.pZone));
-		ASSERT_TRUE(areaBefore == exactRingsArea(s.scene));
+		// Conforming insertion has split the rings already, at rounded points.
+		if(c.cis == CIS_CONSTRAINED_DELAUNAY)
+		{
+			ASSERT_TRUE(areaBefore == exactRingsArea(s.scene));
+		}
 		size_t numBefore(s.dt.numberOfPoints());
 		std::string out(captureStdout([&]() { s.dt.refine(s.pZone, c.minAngle, 0.001, c.maxEdge, true); }));
 		EXPECT_EQ(out.find("limit"), std::string::npos) << out;
@@ -351,7 +359,8 @@ TEST(Mesh, RandomPolygonsWithHolesMeetBounds)
 		validate(s.dt, vPlaces, false);
 		expectConstrainedDelaunay(s.dt);
 		if(c.bGrid) EXPECT_TRUE(exactZoneArea(s.pZone) == areaBefore);
-		else EXPECT_NEAR(mpq_class(exactZoneArea(s.pZone) / areaBefore).get_d(), 1.0, 1e-12);
+		// Bent pieces move the border by less than an ulp of the coordinates.
+		else EXPECT_NEAR(mpq_class(exactZoneArea(s.pZone) / areaBefore).get_d(), 1.0, c.offset != 0.0 ? 1e-9 : 1e-12);
 		expectPiecesCoverParents(s.pGraph, c.bGrid);
 		for(Point2* p : vVtx)
 		{
