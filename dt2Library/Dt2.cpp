@@ -40,6 +40,7 @@ Dt2::~Dt2()
 	// Zones first: they only refer to the constraint graphs.
 	for(Zone2* pZone : vZones) delete pZone;
 	destroyConstraintMachinery();
+	destroyMeshingMachinery();
 }
 
 // ======================================================================

@@ -28,6 +28,12 @@ struct ConstraintWork;
 struct MirelExport;
 class Visualizer2;
 class Visualizer3;
+// Quality mesh generation
+class InnerVtxMgr;
+class MeshGenParams;
+class RefCand3;
+class RefCandQueue;
+struct RefineWork;
 enum LocateResult : int; // where a point walk ends (MeshSurgery.h)
 
 // The triangulation behind the facade Mirel_2D: an exact 2D Delaunay
@@ -337,6 +343,43 @@ private:
 	bool checkZoneArea();
 
 	std::vector<Zone2*> vZones; // owned
+
+	// ======================================================================
+	// Quality mesh generation (Dt2_meshing.cpp)
+	// ======================================================================
+public:
+	// Refines the record's zone until its bounds are met or cannot be improved.
+	void refineMain3(MeshGenParams* pParams);
+	// The vertices that refinement put on constraint segments.
+	InnerVtxMgr* getInnerVtxMgr();
+
+private:
+	enum EncroachResult
+	{
+		ENCROACH_NONE,
+		ENCROACH_SPLIT,
+		ENCROACH_BLOCKED
+	};
+	bool refineMain2(MeshGenParams* pParams);
+	size_t computeInsertionLimit(MeshGenParams* pParams);
+	void getInitialRefineCandidates(Zone2* pZone);
+	void addRefCand(Triangle2* pT);
+	void addRefCandsAround(Point2* pVtx);
+	void addRefCandsInsideZone(Point2* pSrc, Point2* pTrg, Point2* pSplit);
+	bool tryRefine(RefCand3* pRC, MeshGenParams* pParams);
+	bool getRefinementHeight(double x, double y, Triangle2* pContainingT, MeshGenParams* pParams, double& height);
+	int findEncroachedPiece(const Point2& cc, Triangle2* pStartT, MeshGenParams* pParams, Triangle2*& pPieceT, int& pieceIdx);
+	bool isSplittable(Triangle2* pT, int i, MeshGenParams* pParams);
+	bool splitForRefinement(RefCand3* pRC, Triangle2* pT, int i, MeshGenParams* pParams);
+	bool splitConstraintEdge(Triangle2* pT, int i, MeshGenParams* pParams);
+	bool findCollinearSplitPoint(const Point2& p1, const Point2& p2, Point2& splitPoint);
+	bool isInsideEdgeNeighbourhood(Triangle2* pT, int i, const Point2& q);
+	bool insertVertexForRefinement(Point2* pNewVtx, Triangle2* pContainingTriangle);
+	void destroyMeshingMachinery();
+
+	RefCandQueue* pmmAng2RC = nullptr; // the candidate queue, only during a run
+	RefineWork* pRefineWork = nullptr; // work lists of the run
+	InnerVtxMgr* pInnerVtxMgr = nullptr; // made on first use
 
 	// ======================================================================
 	// Terrain heights and draping (Dt2_heights.cpp)

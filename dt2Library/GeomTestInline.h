@@ -17,11 +17,10 @@ inline Orientation2 filteredOrientation2(GeomTest& geomTest, const Point2* a, co
 	return geomTest.getOrientation2_exact(a, b, c);
 }
 
-inline CircleIncidence2 filteredCircleInc3state(GeomTest& geomTest, const Triangle2* t, const Point2* d)
+// The double stage of the in-circle test alone: CINC2_ONCIRCLE where its error
+// bound (or an underflow) leaves the sign open.
+inline CircleIncidence2 doubleStageCircleInc3state(const Point2* a, const Point2* b, const Point2* c, const Point2* d)
 {
-	const Point2* a(t->getCorner(0));
-	const Point2* b(t->getCorner(1));
-	const Point2* c(t->getCorner(2));
 	double qaX(a->x() - d->x()), qaY(a->y() - d->y());
 	double qbX(b->x() - d->x()), qbY(b->y() - d->y());
 	double qcX(c->x() - d->x()), qcY(c->y() - d->y());
@@ -33,6 +32,16 @@ inline CircleIncidence2 filteredCircleInc3state(GeomTest& geomTest, const Triang
 	double underflowScale(la + lb + lc + sa + sb + sc + 1.0);
 	if(det > bound && det * 0x1p1000 > underflowScale * 0x1p-70) return CINC2_INCIRCLE;
 	if(det < -bound && det * -0x1p1000 > underflowScale * 0x1p-70) return CINC2_OUTCIRCLE;
+	return CINC2_ONCIRCLE;
+}
+
+inline CircleIncidence2 filteredCircleInc3state(GeomTest& geomTest, const Triangle2* t, const Point2* d)
+{
+	const Point2* a(t->getCorner(0));
+	const Point2* b(t->getCorner(1));
+	const Point2* c(t->getCorner(2));
+	CircleIncidence2 answer(doubleStageCircleInc3state(a, b, c, d));
+	if(answer != CINC2_ONCIRCLE) return answer;
 	return geomTest.circleInc3state_exact(a, b, c, d);
 }
 
@@ -47,6 +56,13 @@ public:
 		return filteredOrientation2(*this, t->getCorner(nextIndex(i)), t->getCorner(prevIndex(i)), q);
 	}
 	CircleIncidence2 circleInc3state(const Triangle2* t, const Point2* d) { return filteredCircleInc3state(*this, t, d); }
+	// Quality meshing: the double stage alone, CINC2_ONCIRCLE where it cannot
+	// decide. Only for searches that may look at a triangle too many; the mesh
+	// itself is never changed on its answer.
+	CircleIncidence2 circleInc3stateFiltered(const Triangle2* t, const Point2* d) const
+	{
+		return doubleStageCircleInc3state(t->getCorner(0), t->getCorner(1), t->getCorner(2), d);
+	}
 };
 
 } // namespace MIREL25D

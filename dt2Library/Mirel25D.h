@@ -22,6 +22,7 @@
 #include "SegmentChecker.h"
 #include "Zone2.h"
 #include "Mirel_2D.h"
+#include "MeshGenParams.h"
 // Terrain tools
 #include "IsoContours.h"
 // Cut and fill

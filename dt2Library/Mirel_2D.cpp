@@ -1,5 +1,7 @@
 #include "Mirel_2D.h"
 #include "Dt2.h"
+#include "MeshGenParams.h"
+#include <iostream>
 #include "tools.h"
 #include <new>
 
@@ -313,6 +315,33 @@ Zone2* Mirel_2D::createZone_cookieCutter(std::vector<Segment2>& vSegments, bool 
 void Mirel_2D::deleteZone(Zone2* pZone)
 {
 	pImpl->deleteZone(pZone);
+}
+
+// ---- Quality mesh generation ----
+
+void Mirel_2D::refine(Zone2* pZone, double minAngleDegree, double minEdgeLength, double maxEdgeLength, bool bAllowConstraintSplitting)
+{
+	if(pZone == nullptr)
+	{
+		std::cerr << "\nWarning: Mirel_2D::refine(..) has been called with pZone==NULL\n\n";
+		return;
+	}
+	if(minAngleDegree > 30)
+	{
+		std::cerr << "\nWarning: Mirel_2D::refine(..), minAngleDegree can't be >30\n\n";
+		return;
+	}
+	MyLocalParams params(pZone);
+	params.minAngleDegree = minAngleDegree;
+	params.minEdgeLength = minEdgeLength;
+	params.maxEdgeLength = maxEdgeLength;
+	params.bAllowConstraintSplitting = bAllowConstraintSplitting;
+	pImpl->refineMain3(&params);
+}
+
+void Mirel_2D::refineAdvanced(MeshGenParams* pParameters)
+{
+	pImpl->refineMain3(pParameters);
 }
 
 } // namespace MIREL25D

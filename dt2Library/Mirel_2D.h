@@ -15,6 +15,7 @@
 namespace MIREL25D {
 
 class Dt2;
+class MeshGenParams;
 struct MirelExport;
 class Visualizer2;
 class Visualizer3;
@@ -143,6 +144,15 @@ public:
 	// Cuts the triangulation along the closed polyline; the zone inside it.
 	Zone2* createZone_cookieCutter(std::vector<Segment2>& vSegments, bool bVerbose = true);
 	void deleteZone(Zone2* pZone);
+
+	// ---- Quality mesh generation ----
+	// Refines the zone (ZL_INSIDE or ZL_BOUNDED) until every triangle has
+	// angles of at least minAngleDegree (at most 30) and 2.5D edges of at most
+	// maxEdgeLength, except where an input angle or a constraint edge shorter
+	// than 2 x minEdgeLength prevents it.
+	void refine(Zone2* pZone, double minAngleDegree, double minEdgeLength, double maxEdgeLength, bool bAllowConstraintSplitting);
+	// The same with every parameter of the record (the caller owns it).
+	void refineAdvanced(MeshGenParams* pParameters);
 
 	// ---- Terrain: heights and draping ----
 	// True and the surface height at (x, y): the planar interpolation in the

@@ -1,0 +1,633 @@
+// Quality mesh generation: property checks over random polygons with holes,
+// small input angles and large offsets, plus the parameter record and the
+// refusals of bad input.
+#include "MeshGenParams.h"
+#include "Mirel25D.h"
+#include "test_support.h"
+#include <functional>
+#include <limits>
+
+namespace mtest {
+namespace {
+
+const double PI(3.14159265358979323846);
+
+// A polygon with holes: the outer ring counterclockwise, the holes
+// clockwise, all given to one oriented constraint graph.
+struct MeshScene
+{
+	std::vector<std::vector<Point2>> vRings;
+	double planeA = 0.0, planeB = 0.0, planeC = 0.0; // z = a x + b y + c
+	double offset = 0.0;
+	double planeZ(double x, double y) const { return planeA * (x - offset) + planeB * (y - offset) + planeC; }
+};
+
+// A star-shaped ring around (cx, cy): random radii in [rMin, rMax] at sorted
+// angles, so it is simple. With spikeDeg > 0 one vertex is a spike whose tip
+// angle is about spikeDeg degrees.
+std::vector<Point2> starRing(std::mt19937& rng, double cx, double cy, double rMin, double rMax, int n, double spikeDeg)
+{
+	std::uniform_real_distribution<double> uni(0.0, 1.0);
+	std::vector<double> vAngles;
+	for(int i = 0; i < n; ++i) vAngles.push_back(2.0 * PI * (i + 0.2 + 0.6 * uni(rng)) / n);
+	std::vector<Point2> vRing;
+	for(size_t i = 0; i < vAngles.size(); ++i)
+	{
+		double r(rMin + (rMax - rMin) * uni(rng));
+		if(spikeDeg > 0.0 && i == 0)
+		{
+			// Tip at rMax*1.6, flanks at rMin close by in angle.
+			double tipR(rMax * 1.6), flankR(rMin * 0.8);
+			double halfTip(0.5 * spikeDeg * PI / 180.0);
+			double delta(std::atan2((tipR - flankR) * std::tan(halfTip), flankR));
+			double a(vAngles[0]);
+			vRing.push_back(Point2(cx + flankR * std::cos(a - delta), cy + flankR * std::sin(a - delta), 0));
+			vRing.push_back(Point2(cx + tipR * std::cos(a), cy + tipR * std::sin(a), 0));
+			vRing.push_back(Point2(cx + flankR * std::cos(a + delta), cy + flankR * std::sin(a + delta), 0));
+			continue;
+		}
+		vRing.push_back(Point2(cx + r * std::cos(vAngles[i]), cy + r * std::sin(vAngles[i]), 0));
+	}
+	return vRing;
+}
+
+MeshScene randomScene(unsigned seed, int numHoles, double spikeDeg, double offset, bool bGrid)
+{
+	std::mt19937 rng(seed);
+	MeshScene scene;
+	scene.offset = offset;
+	scene.vRings.push_back(starRing(rng, 0, 0, 7.0, 10.0, 24, spikeDeg));
+	// Holes in separate cells of a grid inside the inner disk.
+	std::vector<std::pair<double, double>> vCells;
+	for(double x = -3.0; x <= 3.0; x += 2.0)
+		for(double y = -3.0; y <= 3.0; y += 2.0) vCells.push_back(std::make_pair(x, y));
+	std::shuffle(vCells.begin(), vCells.end(), rng);
+	for(int h = 0; h < numHoles && h < int(vCells.size()); ++h)
+	{
+		std::vector<Point2> vHole(starRing(rng, vCells[h].first, vCells[h].second, 0.3, 0.8, 7, h == 0 ? spikeDeg : 0.0));
+		std::reverse(vHole.begin(), vHole.end());
+		scene.vRings.push_back(vHole);
+	}
+	std::uniform_real_distribution<double> slope(-0.5, 0.5);
+	scene.planeA = slope(rng);
+	scene.planeB = slope(rng);
+	scene.planeC = 3.0;
+	for(std::vector<Point2>& vRing : scene.vRings)
+	{
+		for(Point2& p : vRing)
+		{
+			// Grid coordinates have exactly representable points on every
+			// segment, so splits stay exactly on the segments.
+			double x(bGrid ? std::ldexp(std::round(std::ldexp(p.x(), 12)), -12) : p.x());
+			double y(bGrid ? std::ldexp(std::round(std::ldexp(p.y(), 12)), -12) : p.y());
+			x += offset;
+			y += offset;
+			p = Point2(x, y, scene.planeZ(x, y));
+		}
+	}
+	return scene;
+}
+
+// The scene in a triangulation: a frame of corner points around it (also on
+// the plane), the rings as one oriented constraint graph, and its zone.
+struct MeshSetup
+{
+	// Without the frame the outer ring's edges are hull edges.
+	explicit MeshSetup(const MeshScene& scene_, ConstraintInsertionStrategy cis = CIS_CONSTRAINED_DELAUNAY, bool bFrame = true) : scene(scene_), dt(1000)
+	{
+		double o(scene.offset);
+		std::vector<Point2> vFrame{Point2(o - 15, o - 15, 0), Point2(o + 15, o - 15, 0), Point2(o + 15, o + 15, 0), Point2(o - 15, o + 15, 0)};
+		for(Point2& p : vFrame) p = Point2(p.x(), p.y(), scene.planeZ(p.x(), p.y()));
+		if(bFrame) dt.insert(vFrame);
+		std::vector<Segment2> vSegments;
+		for(const std::vector<Point2>& vRing : scene.vRings)
+		{
+			for(size_t i = 0; i < vRing.size(); ++i) vSegments.push_back(Segment2(vRing[i], vRing[(i + 1) % vRing.size()]));
+		}
+		pGraph = dt.createConstraint(vSegments, cis, true);
+		pZone = (pGraph == nullptr) ? nullptr : dt.createZone(pGraph, ZL_INSIDE, false);
+	}
+	MeshScene scene;
+	Mirel_2D dt;
+	ConstraintGraph2* pGraph = nullptr;
+	Zone2* pZone = nullptr;
+};
+
+std::vector<Triangle2*> zoneTriangles(Zone2* pZone)
+{
+	std::vector<Triangle2*> vT;
+	pZone->getTriangles(vT);
+	return vT;
+}
+
+mpq_class exactZoneArea(Zone2* pZone)
+{
+	mpq_class sum(0);
+	for(Triangle2* pT : zoneTriangles(pZone))
+	{
+		mpq_class ax(pT->getCorner(0)->x()), ay(pT->getCorner(0)->y());
+		mpq_class bx(pT->getCorner(1)->x()), by(pT->getCorner(1)->y());
+		mpq_class cx(pT->getCorner(2)->x()), cy(pT->getCorner(2)->y());
+		sum += (bx - ax) * (cy - ay) - (by - ay) * (cx - ax);
+	}
+	return sum;
+}
+
+mpq_class exactRingsArea(const MeshScene& scene)
+{
+	mpq_class sum(0);
+	for(const std::vector<Point2>& vRing : scene.vRings)
+	{
+		for(size_t i = 0; i < vRing.size(); ++i)
+		{
+			const Point2& a(vRing[i]);
+			const Point2& b(vRing[(i + 1) % vRing.size()]);
+			sum += mpq_class(a.x()) * mpq_class(b.y()) - mpq_class(b.x()) * mpq_class(a.y());
+		}
+	}
+	return sum;
+}
+
+double minAngle25D(const Triangle2* pT)
+{
+	double m(180.0);
+	for(int i = 0; i < 3; ++i) m = std::min(m, pT->getInteriorAngle25D(i));
+	return m;
+}
+
+double maxEdge25D(const Triangle2* pT)
+{
+	double m(0.0);
+	for(int i = 0; i < 3; ++i) m = std::max(m, std::sqrt(pT->getSquaredEdgeLength25D(i)));
+	return m;
+}
+
+// Squared distance from c to the closed segment a-b.
+double sqDistToSegment(const Point2& c, const Point2& a, const Point2& b)
+{
+	double dx(b.x() - a.x()), dy(b.y() - a.y());
+	double len2(dx * dx + dy * dy);
+	double t(len2 > 0 ? ((c.x() - a.x()) * dx + (c.y() - a.y()) * dy) / len2 : 0.0);
+	t = std::max(0.0, std::min(1.0, t));
+	double px(a.x() + t * dx - c.x()), py(a.y() + t * dy - c.y());
+	return px * px + py * py;
+}
+
+double spacingNear(const Point2& a, const Point2& b)
+{
+	double m(std::max(std::max(std::fabs(a.x()), std::fabs(a.y())), std::max(std::fabs(b.x()), std::fabs(b.y()))));
+	return std::nextafter(m, HUGE_VAL) - m;
+}
+
+// Why a bad zone triangle may stay bad: a corner between two constraint
+// edges narrower than the bound (an input angle), or a constraint piece too
+// short to split within reach of its circumcircle.
+struct ExemptionCheck
+{
+	ExemptionCheck(Mirel_2D& dt_, double minAngle_, double minEdgeLength) : dt(dt_), minAngle(minAngle_)
+	{
+		std::vector<ConstraintSegment2*> vAlive;
+		dt.getAliveConstraintSegments(vAlive);
+		for(ConstraintSegment2* pCSeg : vAlive)
+		{
+			if(std::sqrt(sqDistance2D(*pCSeg->getSrc(), *pCSeg->getTrg())) < 2.0 * minEdgeLength) vShortPieces.push_back(pCSeg);
+		}
+	}
+	bool isExempt(Triangle2* pT) const
+	{
+		// The fixed cut-off: a triangle this well shaped in the plane stays.
+		if(std::min(pT->getInteriorAngle2D(0), std::min(pT->getInteriorAngle2D(1), pT->getInteriorAngle2D(2))) > 29.5) return true;
+		for(int i = 0; i < 3; ++i)
+		{
+			Point2* pC(pT->getCorner(i));
+			if(dt.isConstraint(pC, pT->getCorner((i + 1) % 3)) && dt.isConstraint(pC, pT->getCorner((i + 2) % 3)) &&
+			   pT->getInteriorAngle25D(i) < minAngle + 1e-9)
+				return true;
+		}
+		std::pair<Point2, bool> dual(pT->getDual());
+		double sqR(sqDistance2D(dual.first, *pT->getCorner(0)) * (1.0 + 1e-9));
+		for(ConstraintSegment2* pCSeg : vShortPieces)
+		{
+			if(sqDistToSegment(dual.first, *pCSeg->getSrc(), *pCSeg->getTrg()) <= sqR) return true;
+		}
+		return false;
+	}
+	Mirel_2D& dt;
+	double minAngle;
+	std::vector<ConstraintSegment2*> vShortPieces;
+};
+
+// Every non-constraint edge is locally Delaunay and every constraint piece
+// is an edge: the mesh is a constrained Delaunay triangulation.
+void expectConstrainedDelaunay(Mirel_2D& dt)
+{
+	std::vector<Triangle2*> vT;
+	dt.getTrianglePointers(vT);
+	for(Triangle2* pT : vT)
+	{
+		for(int i = 0; i < 3; ++i)
+		{
+			Triangle2* pN(pT->getOppositeTriangle(i));
+			if(pN == nullptr || dt.isConstraint(pT, i)) continue;
+			const Point2* pOpp(nullptr);
+			for(int k = 0; k < 3; ++k)
+				if(!pT->hasVertex(pN->getCorner(k))) pOpp = pN->getCorner(k);
+			ASSERT_NE(pOpp, nullptr);
+			ASSERT_LE(filteredInCircle(*pT->getCorner(0), *pT->getCorner(1), *pT->getCorner(2), *pOpp), 0);
+		}
+	}
+	std::vector<ConstraintSegment2*> vAlive;
+	dt.getAliveConstraintSegments(vAlive);
+	for(ConstraintSegment2* pCSeg : vAlive)
+	{
+		ASSERT_TRUE(dt.getAdjacentTriangle(pCSeg->getSrc(), pCSeg->getTrg()) != nullptr || dt.getAdjacentTriangle(pCSeg->getTrg(), pCSeg->getSrc()) != nullptr);
+	}
+}
+
+// The alive pieces of each parent chain from its source to its target along
+// the parent, every split vertex exactly on it.
+// With bExact false a split vertex may lie off the parent's line by a few
+// units in the last place (no double lies exactly on it).
+void expectPiecesCoverParents(ConstraintGraph2* pGraph, bool bExact)
+{
+	std::vector<ConstraintSegment2*> vParents;
+	pGraph->getOriginalConstraintSegments(vParents);
+	for(ConstraintSegment2* pParent : vParents)
+	{
+		std::vector<ConstraintSegment2*> vPieces;
+		if(pParent->isAlive()) vPieces.push_back(pParent);
+		else pParent->getChildrenRec(vPieces);
+		const Point2& a(*pParent->getSrc());
+		const Point2& b(*pParent->getTrg());
+		std::map<Point2*, int> mDegree;
+		for(ConstraintSegment2* pPiece : vPieces)
+		{
+			++mDegree[pPiece->getSrc()];
+			++mDegree[pPiece->getTrg()];
+			for(const Point2* p : {pPiece->getSrc(), pPiece->getTrg()})
+			{
+				if(bExact) ASSERT_EQ(exactOrientation(a, b, *p), 0);
+				else ASSERT_LE(std::sqrt(sqDistToSegment(*p, a, b)), 8.0 * spacingNear(a, b));
+			}
+		}
+		// A chain: both ends once, every split vertex twice.
+		for(const std::pair<Point2* const, int>& entry : mDegree)
+		{
+			bool bEnd(entry.first == pParent->getSrc() || entry.first == pParent->getTrg());
+			ASSERT_EQ(entry.second, bEnd ? 1 : 2);
+		}
+		ASSERT_EQ(mDegree.size(), vPieces.size() + 1);
+		// The pieces' total length is the parent's (they do not overlap).
+		double sum(0.0);
+		for(ConstraintSegment2* pPiece : vPieces) sum += std::sqrt(sqDistance2D(*pPiece->getSrc(), *pPiece->getTrg()));
+		ASSERT_NEAR(sum, std::sqrt(sqDistance2D(a, b)), 1e-9 * (1.0 + sum));
+	}
+}
+
+struct MeshQuality
+{
+	double minAngleNonExempt = 180.0;
+	size_t numExempt = 0;
+	size_t numTriangles = 0;
+	size_t numOverSize = 0;
+};
+
+MeshQuality measure(MeshSetup& s, double minAngle, double minEdgeLength, double maxEdgeLength)
+{
+	MeshQuality q;
+	ExemptionCheck exemption(s.dt, minAngle, minEdgeLength);
+	for(Triangle2* pT : zoneTriangles(s.pZone))
+	{
+		++q.numTriangles;
+		bool bBad(minAngle25D(pT) < minAngle - 1e-9 || maxEdge25D(pT) > maxEdgeLength);
+		if(bBad && exemption.isExempt(pT))
+		{
+			++q.numExempt;
+			continue;
+		}
+		q.minAngleNonExempt = std::min(q.minAngleNonExempt, minAngle25D(pT));
+		if(maxEdge25D(pT) > maxEdgeLength) ++q.numOverSize;
+	}
+	return q;
+}
+
+// ---------------------------------------------------------------------------
+
+// Random polygons with holes, small input angles, offsets: the run ends, the
+// mesh is a valid constrained Delaunay triangulation, the zone keeps its area,
+// the pieces cover their parents, the bounds hold except where exempt, and
+// every new point lies on the planar surface.
+TEST(Mesh, RandomPolygonsWithHolesMeetBounds)
+{
+	struct Case
+	{
+		unsigned seed;
+		int numHoles;
+		double spikeDeg;
+		double offset;
+		double minAngle;
+		double maxEdge;
+		bool bGrid;
+		ConstraintInsertionStrategy cis = CIS_CONSTRAINED_DELAUNAY;
+		bool bFrame = true;
+	};
+	const Case aCases[] = {{1, 0, 0.0, 0.0, 20.0, 1e300, false}, {2, 3, 5.0, 0.0, 25.0, 2.0, true}, {3, 6, 1.0, 0.0, 20.7, 1.0, false},
+		{4, 10, 2.5, 1e6, 28.0, 1e300, true}, {5, 16, 3.0, 1e6, 20.0, 0.7, false}, {6, 4, 1.5, -1e6, 30.0, 1.5, true},
+		{7, 12, 4.0, 1e6, 25.0, 0.5, true}, {8, 8, 1.0, 0.0, 20.0, 1e300, false}, {9, 6, 3.0, 0.0, 25.0, 1.0, false, CIS_CONFORMING_SURFACE_HEIGHT},
+		{10, 5, 2.0, 1e6, 22.0, 0.8, false, CIS_CONSTRAINED_DELAUNAY, false}, {11, 7, 4.0, 0.0, 28.0, 1.2, true, CIS_CONSTRAINED_DELAUNAY, false}};
+	size_t numExemptTotal(0);
+	for(const Case& c : aCases)
+	{
+		SCOPED_TRACE("seed " + std::to_string(c.seed));
+		MeshSetup s(randomScene(c.seed, c.numHoles, c.spikeDeg, c.offset, c.bGrid), c.cis, c.bFrame);
+		ASSERT_NE(s.pZone, nullptr);
+		mpq_class areaBefore(exactZoneArea(s.pZone));
+		// Conforming insertion has split the rings already, at rounded points.
+		if(c.cis == CIS_CONSTRAINED_DELAUNAY)
+		{
+			ASSERT_TRUE(areaBefore == exactRingsArea(s.scene));
+		}
+		size_t numBefore(s.dt.numberOfPoints());
+		std::string out(captureStdout([&]() { s.dt.refine(s.pZone, c.minAngle, 0.001, c.maxEdge, true); }));
+		EXPECT_EQ(out.find("limit"), std::string::npos) << out;
+		EXPECT_GT(s.dt.numberOfPoints(), numBefore);
+
+		std::vector<Point2*> vVtx;
+		s.dt.getVertexPointers(vVtx);
+		std::vector<Point2> vPlaces;
+		for(Point2* p : vVtx) vPlaces.push_back(*p);
+		validate(s.dt, vPlaces, false);
+		expectConstrainedDelaunay(s.dt);
+		if(c.bGrid) EXPECT_TRUE(exactZoneArea(s.pZone) == areaBefore);
+		// Bent pieces move the border by less than an ulp of the coordinates.
+		else EXPECT_NEAR(mpq_class(exactZoneArea(s.pZone) / areaBefore).get_d(), 1.0, c.offset != 0.0 ? 1e-9 : 1e-12);
+		expectPiecesCoverParents(s.pGraph, c.bGrid);
+		for(Point2* p : vVtx)
+		{
+			double expected(s.scene.planeZ(p->x(), p->y()));
+			EXPECT_NEAR(p->z(), expected, 64.0 * std::numeric_limits<double>::epsilon() * (std::fabs(expected) + std::fabs(s.scene.offset) + 10.0));
+		}
+		MeshQuality q(measure(s, c.minAngle, 0.001, c.maxEdge));
+		EXPECT_GE(q.minAngleNonExempt, c.minAngle - 1e-9);
+		EXPECT_EQ(q.numOverSize, 0u);
+		EXPECT_LT(q.numExempt * 20, q.numTriangles);
+		numExemptTotal += q.numExempt;
+		std::cout << "seed " << c.seed << ": " << q.numTriangles << " zone triangles, min angle " << q.minAngleNonExempt << ", exempt " << q.numExempt << std::endl;
+	}
+}
+
+// With splitting disallowed no constraint piece changes; locked segments stay
+// whole while their neighbours are split.
+TEST(Mesh, NoSplitWhenDisallowedAndLockedSegmentsStayWhole)
+{
+	for(unsigned seed = 11; seed < 14; ++seed)
+	{
+		SCOPED_TRACE("seed " + std::to_string(seed));
+		{
+			MeshSetup s(randomScene(seed, 5, 3.0, seed == 12 ? 1e6 : 0.0, false));
+			std::vector<ConstraintSegment2*> vBefore, vAfter;
+			s.dt.getAliveConstraintSegments(vBefore);
+			captureStdout([&]() { s.dt.refine(s.pZone, 25.0, 0.001, 1.0, false); });
+			s.dt.getAliveConstraintSegments(vAfter);
+			std::sort(vBefore.begin(), vBefore.end());
+			std::sort(vAfter.begin(), vAfter.end());
+			EXPECT_TRUE(vBefore == vAfter);
+			expectConstrainedDelaunay(s.dt);
+		}
+		{
+			MeshSetup s(randomScene(seed, 5, 3.0, 0.0, seed == 13));
+			std::vector<ConstraintSegment2*> vParents;
+			s.pGraph->getOriginalConstraintSegments(vParents);
+			MeshGenParams params(s.pZone);
+			params.minAngleDegree = 28.0;
+			params.maxEdgeLength = 0.8;
+			std::vector<ConstraintSegment2*> vLocked;
+			for(size_t i = 0; i < vParents.size(); i += 2)
+			{
+				params.addLockedConstraint(vParents[i]);
+				params.addLockedConstraint(vParents[i]); // twice changes nothing
+				vLocked.push_back(vParents[i]);
+			}
+			EXPECT_EQ(params.pLockedConstraints->size(), vLocked.size());
+			captureStdout([&]() { s.dt.refineAdvanced(&params); });
+			for(ConstraintSegment2* pCSeg : vLocked) EXPECT_TRUE(pCSeg->isAlive());
+			size_t numSplit(0);
+			for(size_t i = 1; i < vParents.size(); i += 2) numSplit += vParents[i]->isAlive() ? 0 : 1;
+			EXPECT_GT(numSplit, 0u);
+			expectConstrainedDelaunay(s.dt);
+			expectPiecesCoverParents(s.pGraph, seed == 13);
+		}
+	}
+}
+
+std::string goldenText(const std::string& name)
+{
+	std::string path(__FILE__);
+	path = path.substr(0, path.find_last_of('/')) + "/data/" + name;
+	return readFile(path);
+}
+
+// Every refusal: the message, and the triangulation exactly as before.
+TEST(Mesh, BadInputIsRefusedWithAMessageAndChangesNothing)
+{
+	MeshSetup s(randomScene(21, 3, 0.0, 0.0, true));
+	auto snapshot = [&]() {
+		std::vector<Triangle2*> vT;
+		s.dt.getTrianglePointers(vT);
+		std::set<std::vector<double>> sT;
+		for(Triangle2* pT : vT)
+		{
+			std::vector<double> v;
+			for(int i = 0; i < 3; ++i) v.insert(v.end(), {pT->getCorner(i)->x(), pT->getCorner(i)->y(), pT->getCorner(i)->z()});
+			sT.insert(v);
+		}
+		return sT;
+	};
+	const std::set<std::vector<double>> sBefore(snapshot());
+	const double NaN(std::numeric_limits<double>::quiet_NaN());
+	std::string text;
+	auto attempt = [&](const std::string& what, std::function<void(MeshGenParams&)> setBad) {
+		MeshGenParams params(s.pZone);
+		setBad(params);
+		std::string out(captureStdout([&]() { s.dt.refineAdvanced(&params); }));
+		text += "== " + what + "\n" + out;
+		EXPECT_TRUE(snapshot() == sBefore) << what;
+	};
+	attempt("minEdgeLength NaN", [&](MeshGenParams& p) { p.minEdgeLength = NaN; });
+	attempt("minEdgeLength -1", [&](MeshGenParams& p) { p.minEdgeLength = -1; });
+	attempt("maxEdgeLength NaN", [&](MeshGenParams& p) { p.maxEdgeLength = NaN; });
+	attempt("maxEdgeLength 0", [&](MeshGenParams& p) { p.maxEdgeLength = 0; });
+	attempt("maxTriangleArea -1", [&](MeshGenParams& p) { p.maxTriangleArea = -1; });
+	attempt("growFactor NaN", [&](MeshGenParams& p) { p.growFactor = NaN; });
+	attempt("growFactorMinArea -1", [&](MeshGenParams& p) { p.growFactorMinArea = -1; });
+	attempt("gridLength -1", [&](MeshGenParams& p) { p.gridLength = -1; });
+	attempt("minAngleDegree NaN", [&](MeshGenParams& p) { p.minAngleDegree = NaN; });
+	attempt("minAngleDegree 30.000001", [&](MeshGenParams& p) { p.minAngleDegree = 30.000001; });
+	attempt("no zone", [&](MeshGenParams& p) { p.pZone = nullptr; });
+	Zone2* pOutside(s.dt.createZone(s.pGraph, ZL_OUTSIDE, false));
+	attempt("outside zone", [&](MeshGenParams& p) { p.pZone = pOutside; });
+	std::vector<Segment2> vOther{Segment2(Point2(20, 20, 0), Point2(21, 20, 0)), Segment2(Point2(21, 20, 0), Point2(21, 21, 0)),
+		Segment2(Point2(21, 21, 0), Point2(20, 20, 0))};
+	Zone2* pTwoGraphs(s.dt.createZone(std::vector<ConstraintGraph2*>{s.pGraph, s.dt.createConstraint(vOther, CIS_CONSTRAINED_DELAUNAY, true)}, ZL_INSIDE, false));
+	const std::set<std::vector<double>> sWithOther(snapshot());
+	{
+		MeshGenParams params(pTwoGraphs);
+		text += "== two graphs\n" + captureStdout([&]() { s.dt.refineAdvanced(&params); });
+		EXPECT_TRUE(snapshot() == sWithOther);
+	}
+	// The facade's own refusals go to standard error.
+	testing::internal::CaptureStderr();
+	s.dt.refine(nullptr, 20, 0.001, 1, true);
+	s.dt.refine(s.pZone, 30.000001, 0.001, 1, true);
+	MeshGenParams growRecord(s.dt.createZone(s.pGraph, ZL_GROW, Point2(0, 0, 0), false));
+	text += "== standard error\n" + testing::internal::GetCapturedStderr();
+	EXPECT_TRUE(snapshot() == sWithOther);
+	EXPECT_EQ(growRecord.gridVector.x(), 0.0);
+	EXPECT_EQ(text, goldenText("mesh_refusals.txt"));
+	if(text != goldenText("mesh_refusals.txt")) std::ofstream("mesh_refusals.actual.txt") << text;
+
+	// 30 degrees exactly is accepted.
+	std::string out(captureStdout([&]() { s.dt.refine(s.pZone, 30.0, 0.001, 1e300, true); }));
+	EXPECT_EQ(out.find("minAngleDegree"), std::string::npos);
+	EXPECT_TRUE(snapshot() != sWithOther);
+}
+
+// A derived record: its bounds are asked for every triangle.
+class LeftHalfFine : public MeshGenParams
+{
+public:
+	LeftHalfFine(Zone2* pZone_, double splitX_) : MeshGenParams(pZone_), splitX(splitX_) {}
+	double getMaxEdgeLength(Triangle2* pT) override
+	{
+		++numCalls;
+		return pT->getBarycenter().x() < splitX ? 0.4 : std::numeric_limits<double>::max();
+	}
+	double splitX;
+	size_t numCalls = 0;
+};
+
+TEST(Mesh, RecordDefaultsCopiesAndPerTriangleBounds)
+{
+	MeshSetup s(randomScene(31, 4, 0.0, 0.0, true));
+	MeshGenParams params(s.pZone);
+	EXPECT_EQ(params.minAngleDegree, 20.0);
+	EXPECT_EQ(params.minEdgeLength, 0.001);
+	EXPECT_EQ(params.maxEdgeLength, std::numeric_limits<double>::max());
+	EXPECT_EQ(params.maxTriangleArea, std::numeric_limits<double>::max());
+	EXPECT_EQ(params.growFactor, std::numeric_limits<double>::max());
+	EXPECT_EQ(params.gridLength, 0.0);
+	EXPECT_EQ(params.gridVector.x(), 1.0);
+	EXPECT_TRUE(params.bAllowConstraintSplitting && params.bResetSplitRecord && params.verbosity == 0 && params.pHeightGuide == nullptr);
+
+	// Copies share one locked set; each may go first.
+	std::vector<ConstraintSegment2*> vParents;
+	s.pGraph->getOriginalConstraintSegments(vParents);
+	{
+		MeshGenParams early(params); // copied before the set existed: its own set later
+		params.addLockedConstraint(vParents[0]);
+		MeshGenParams* pCopy(new MeshGenParams(params));
+		MeshGenParams assigned(nullptr);
+		assigned = params;
+		pCopy->addLockedConstraint(vParents[1]);
+		EXPECT_EQ(pCopy->pLockedConstraints, params.pLockedConstraints);
+		EXPECT_TRUE(assigned.isLocked(vParents[1]));
+		early.addLockedConstraint(vParents[2]);
+		EXPECT_FALSE(params.isLocked(vParents[2]) || early.isLocked(vParents[0]));
+		MeshGenParams later(*pCopy);
+		delete pCopy;
+		EXPECT_TRUE(later.isLocked(vParents[0]) && later.isLocked(vParents[1]));
+	}
+	EXPECT_EQ(params.pLockedConstraints->size(), 2u);
+
+	LeftHalfFine graded(s.pZone, 0.0);
+	captureStdout([&]() { s.dt.refineAdvanced(&graded); });
+	EXPECT_GT(graded.numCalls, 0u);
+	ExemptionCheck exemption(s.dt, graded.minAngleDegree, graded.minEdgeLength);
+	size_t numCoarseRight(0);
+	for(Triangle2* pT : zoneTriangles(s.pZone))
+	{
+		bool bLeft(pT->getBarycenter().x() < 0.0);
+		if(bLeft && !exemption.isExempt(pT))
+		{
+			EXPECT_LE(maxEdge25D(pT), 0.4);
+		}
+		if(!bLeft && maxEdge25D(pT) > 1.0) ++numCoarseRight;
+	}
+	EXPECT_GT(numCoarseRight, 0u);
+}
+
+// Bounds that cannot be met end at the insertion limit with a message.
+class Impossible : public MeshGenParams
+{
+public:
+	explicit Impossible(Zone2* pZone_) : MeshGenParams(pZone_) {}
+	double getMaxEdgeLength(Triangle2* /*pT*/) override { return 1e-9; }
+};
+
+TEST(Mesh, UnreachableBoundsStopAtTheInsertionLimit)
+{
+	Mirel_2D dt(100);
+	std::vector<Point2> vSquare{Point2(0, 0, 1), Point2(0.01, 0, 1), Point2(0.01, 0.01, 1), Point2(0, 0.01, 1)};
+	dt.insert(vSquare);
+	std::vector<Segment2> vSegments;
+	for(size_t i = 0; i < 4; ++i) vSegments.push_back(Segment2(vSquare[i], vSquare[(i + 1) % 4]));
+	ConstraintGraph2* pGraph(dt.createConstraint(vSegments, CIS_CONSTRAINED_DELAUNAY, true));
+	Zone2* pZone(dt.createZone(pGraph, ZL_INSIDE, false));
+	Impossible params(pZone);
+	std::string out(captureStdout([&]() { dt.refineAdvanced(&params); }));
+	EXPECT_NE(out.find("refinement stopped after"), std::string::npos);
+	EXPECT_GT(dt.numberOfPoints(), 1000u);
+	expectConstrainedDelaunay(dt);
+	expectPiecesCoverParents(pGraph, true);
+}
+
+// verbosity 1: each refinement reason is printed and drawn.
+TEST(Mesh, VerboseRunReportsAndDrawsItsDecisions)
+{
+	MeshSetup s(randomScene(41, 0, 0.0, 0.0, true));
+	MeshGenParams params(s.pZone);
+	params.verbosity = 1;
+	params.maxEdgeLength = 5.0;
+	std::string out(captureStdout([&]() { s.dt.refineAdvanced(&params); }));
+	EXPECT_NE(out.find("RefC: sidelength is "), std::string::npos);
+	EXPECT_NE(out.find("RefC: minAngle, current="), std::string::npos);
+	EXPECT_GT(countOf(out, "RefC: "), 2u);
+	std::ifstream picture("need_1_sidelen.ps");
+	EXPECT_TRUE(picture.good() || std::ifstream("need_1_quality25.ps").good());
+}
+
+// With a height guide the circumcentres take the guide's surface (here the
+// scene's plane with a bump), the split points the heights of their
+// constraint's ends.
+TEST(Mesh, HeightGuideGivesTheHeightsOfNewInteriorPoints)
+{
+	MeshScene scene(randomScene(51, 3, 0.0, 0.0, true));
+	MeshSetup s(scene);
+	Mirel_2D guide(1000);
+	std::vector<Point2> vGuide;
+	for(double x = -20; x <= 20; x += 0.5)
+		for(double y = -20; y <= 20; y += 0.5) vGuide.push_back(Point2(x, y, scene.planeZ(x, y) + 0.3 * std::sin(x) * std::sin(y)));
+	guide.insert(vGuide);
+	std::vector<Point2*> vBefore;
+	s.dt.getVertexPointers(vBefore);
+	std::set<Point2*> sBefore(vBefore.begin(), vBefore.end());
+	MeshGenParams params(s.pZone);
+	params.pHeightGuide = &guide;
+	params.maxEdgeLength = 1.0;
+	captureStdout([&]() { s.dt.refineAdvanced(&params); });
+	std::vector<Point2*> vAfter;
+	s.dt.getVertexPointers(vAfter);
+	size_t numBumped(0);
+	for(Point2* p : vAfter)
+	{
+		if(sBefore.count(p) != 0 || s.dt.isConstraint(p)) continue;
+		double expected(0.0);
+		ASSERT_TRUE(guide.getHeight(p->x(), p->y(), expected));
+		EXPECT_EQ(p->z(), expected);
+		if(std::fabs(p->z() - scene.planeZ(p->x(), p->y())) > 0.01) ++numBumped;
+	}
+	EXPECT_GT(numBumped, 10u);
+}
+
+} // namespace
+} // namespace mtest
