@@ -130,6 +130,7 @@ public:
 
 private:
 	Zone2* reportNoZone(Zone2* pZone, bool bVerbose);
+	bool acceptZoneSeed(const Point2& startPoint);
 
 	Dt2* pImpl;
 };
