@@ -11,6 +11,7 @@ packages=(
 	libbenchmark-dev            # Google Benchmark
 	libcgal-dev                 # oracle for differential tests, baseline for benchmarks
 	ghostscript                 # renders the PostScript drawings in tests
+	clang libfuzzer-14-dev libclang-rt-14-dev  # fuzz harnesses (scripts/fuzz.sh): libFuzzer and the sanitizer runtimes
 )
 
 missing=()
