@@ -27,9 +27,13 @@ struct Counts
 	size_t numOps = 0, numPointsInserted = 0, numRemoved = 0, numSegments = 0, numZones = 0, numValidations = 0;
 };
 
-// One cycle: about numOps operations on a new triangulation, validated at the end.
+// One cycle: numOps operations on a new triangulation, validated at the end.
+// The schedule (which operations, how many points) is the same in every
+// cycle, only the coordinates differ: so every cycle needs the same memory,
+// and resident memory that still grows after warm-up is a leak.
 void runCycle(std::mt19937& rng, size_t numOps, Counts& counts)
 {
+	std::mt19937 schedule(12345);
 	std::uniform_real_distribution<double> coord(0.0, 1000.0);
 	std::uniform_int_distribution<int> op(0, 9);
 	auto randomPoint = [&]() { return Point2(std::floor(coord(rng) * 64.0) / 64.0, std::floor(coord(rng) * 64.0) / 64.0, coord(rng)); };
@@ -38,16 +42,16 @@ void runCycle(std::mt19937& rng, size_t numOps, Counts& counts)
 	std::vector<Zone2*> vZones;
 	for(size_t i = 0; i < numOps; ++i, ++counts.numOps)
 	{
-		switch(op(rng))
+		switch(op(schedule))
 		{
 			case 0:
 			case 1:
 			{
 				std::vector<Point2> v;
-				size_t n(rng() % 2 == 0 ? 50 + rng() % 200 : 1000 + rng() % 2000);
+				size_t n(schedule() % 2 == 0 ? 50 + schedule() % 200 : 1000 + schedule() % 2000);
 				for(size_t k = 0; k < n; ++k) v.push_back(randomPoint());
-				if(rng() % 4 == 0) v.push_back(Point2(std::numeric_limits<double>::quiet_NaN(), 1, 1));
-				dt.setNumCPU(n >= 1000 && rng() % 2 == 0 ? 2 : 1);
+				if(schedule() % 4 == 0) v.push_back(Point2(std::numeric_limits<double>::quiet_NaN(), 1, 1));
+				dt.setNumCPU(n >= 1000 && schedule() % 2 == 0 ? 2 : 1);
 				std::vector<Point2*> vHandles;
 				dt.insert(v, vHandles);
 				for(const Point2& p : v)
@@ -84,8 +88,8 @@ void runCycle(std::mt19937& rng, size_t numOps, Counts& counts)
 			case 6:
 			{
 				std::vector<Segment2> vSegments;
-				for(size_t k = 0, n = 1 + rng() % 6; k < n; ++k) vSegments.push_back(Segment2(randomPoint(), randomPoint()));
-				dt.createConstraint(vSegments, ConstraintInsertionStrategy(rng() % 3), false);
+				for(size_t k = 0, n = 1 + schedule() % 6; k < n; ++k) vSegments.push_back(Segment2(randomPoint(), randomPoint()));
+				dt.createConstraint(vSegments, ConstraintInsertionStrategy(schedule() % 3), false);
 				for(const Segment2& seg : vSegments) vPlaces.insert(vPlaces.end(), {seg.getSrc(), seg.getTrg()});
 				counts.numSegments += vSegments.size();
 				break;

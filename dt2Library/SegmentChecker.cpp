@@ -71,8 +71,8 @@ public:
 			std::nth_element(vItems.begin() + task.begin, vItems.begin() + mid, vItems.begin() + task.end, [&](size_t a, size_t b) {
 				const Box& ba(vBoxes[a]);
 				const Box& bb(vBoxes[b]);
-				// Halves first: the sum of two huge coordinates would overflow,
-				// and an infinite or NaN key breaks the ordering nth_element relies on.
+				// Halves first: the sum of two huge coordinates would overflow to
+				// infinity and lump all such boxes into one side.
 				return bSplitX ? 0.5 * ba.minX + 0.5 * ba.maxX < 0.5 * bb.minX + 0.5 * bb.maxX : 0.5 * ba.minY + 0.5 * ba.maxY < 0.5 * bb.minY + 0.5 * bb.maxY;
 			});
 			size_t left(vNodes.size());

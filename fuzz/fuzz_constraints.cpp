@@ -6,6 +6,7 @@
 // alive pieces below each split segment form a chain from its source to its
 // target; every input segment has its constraint segment.
 #include "FuzzSupport.h"
+#include "SegmentChecker.h"
 
 using namespace fuzz;
 
@@ -80,6 +81,29 @@ void checkPieces(Mirel_2D& dt)
 		FUZZ_CHECK(mDegree.count(pCSeg->getSrc()) == 1 && mDegree.count(pCSeg->getTrg()) == 1);
 	}
 }
+// The checker's illegal segments are exactly those that another segment
+// meets by its own pairwise answer; refused segments meet nothing.
+void checkSegmentChecker(std::vector<Segment2>& vSegments)
+{
+	std::vector<Segment2*> vPointers;
+	for(Segment2& seg : vSegments) vPointers.push_back(&seg);
+	SegmentChecker checker(vPointers);
+	std::vector<Segment2*> vIllegal;
+	checker.getIllegalSegments(true, vIllegal);
+	std::set<Segment2*> sIllegal(vIllegal.begin(), vIllegal.end()), sExpected;
+	for(size_t i = 0; i < vPointers.size(); ++i)
+		for(size_t j = i + 1; j < vPointers.size(); ++j)
+		{
+			SegmentIntersectionType sit(checker.getIntersectionType(vPointers[i], vPointers[j]));
+			if(sit == SIT_UNINITIALIZED) continue; // a refused segment
+			if(sit != SIT_NONE)
+			{
+				sExpected.insert(vPointers[i]);
+				sExpected.insert(vPointers[j]);
+			}
+		}
+	FUZZ_CHECK(sIllegal == sExpected);
+}
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
@@ -101,6 +125,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 			vSegments.push_back(Segment2(a, b));
 			if(in.below(8) == 0) vSegments.push_back(Segment2(b, a)); // the same segment again
 		}
+		checkSegmentChecker(vSegments);
 		ConstraintInsertionStrategy cis(ConstraintInsertionStrategy(in.below(3)));
 		dt.createConstraint(vSegments, cis, in.below(2) == 1);
 		for(const Segment2& seg : vSegments)
