@@ -222,6 +222,7 @@ ConstraintGraph2* Mirel_2D::createConstraint(std::vector<Segment2>& vSegments, C
 		if(check.accept(seg)) vKept.push_back(seg);
 	}
 	if(check.report(vSegments.size()) == 0) return pImpl->createConstraint(vSegments, cis, orientedSegments);
+	if(vKept.empty()) return nullptr; // the warning above said why
 	return pImpl->createConstraint(vKept, cis, orientedSegments);
 }
 

@@ -70,7 +70,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 	// The exported predicates take anything, NaN and infinities included.
 	Point2 raw0(in.point(false)), raw1(in.point(false)), raw2(in.point(false));
 	Orientation2 o(getOrientation2(&raw0, &raw1, &raw2));
-	bool bFinite(std::isfinite(raw0.x() + raw0.y() + raw0.z() + raw1.x() + raw1.y() + raw1.z() + raw2.x() + raw2.y() + raw2.z()));
+	bool bFinite(true);
+	for(const Point2* p : {&raw0, &raw1, &raw2}) bFinite = bFinite && std::isfinite(p->x()) && std::isfinite(p->y()) && std::isfinite(p->z());
 	if(bFinite) FUZZ_CHECK(sideOf(o) == exactOrientation(raw0, raw1, raw2));
 	else FUZZ_CHECK(o == ORIENTATION2_COLLINEAR);
 	return 0;

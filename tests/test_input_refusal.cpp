@@ -198,6 +198,9 @@ TEST(InputRefusal, ConstraintsAndZones)
 	}
 
 	size_t numTriangles(dt.numberOfTriangles()), numPoints(dt.numberOfPoints());
+	std::vector<Segment2> vAllRefused{Segment2(Point2(1, 1, 0), Point2(NaN, 2, 0))};
+	out = mtest::captureStdout([&] { EXPECT_EQ(dt.createConstraint(vAllRefused, CIS_CONFORMING_SURFACE_HEIGHT), nullptr); });
+	expectOneWarning(out, "constraint all refused");
 	std::vector<Segment2> vPolygon{Segment2(Point2(2, 2, 0), Point2(6, 2, 0)), Segment2(Point2(6, 2, 0), Point2(6, Inf, 0)),
 		Segment2(Point2(6, Inf, 0), Point2(2, 2, 0))};
 	Zone2* pZone(reinterpret_cast<Zone2*>(&dt));
