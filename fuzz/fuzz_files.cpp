@@ -4,6 +4,7 @@
 #include "FuzzSupport.h"
 #include "CommandLine.h"
 #include "PointInput.h"
+#include <filesystem>
 #include <fstream>
 #include <unistd.h>
 
@@ -19,7 +20,7 @@ void checkFinite(const std::vector<Point2>& v)
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
 	QuietStdout quiet;
-	static const std::string name("fuzz_files_" + std::to_string(getpid()) + ".dat");
+	static const std::string name((std::filesystem::temp_directory_path() / ("mirel_fuzz_files_" + std::to_string(getpid()) + ".dat")).string());
 	{
 		std::ofstream out(name, std::ios::binary | std::ios::trunc);
 		out.write(reinterpret_cast<const char*>(data), std::streamsize(size));
@@ -55,5 +56,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 	for(const Point2& p : vPoints)
 		if(std::fabs(p.x()) <= 1e300 && std::fabs(p.y()) <= 1e300) vPlaces.push_back(p);
 	validate(dt, vPlaces, true);
+	std::remove(name.c_str());
 	return 0;
 }
