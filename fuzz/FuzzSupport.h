@@ -12,6 +12,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <initializer_list>
 #include <iostream>
 #include <limits>
 #include <map>
@@ -129,6 +130,19 @@ inline int exactInCircle(const Point2& a, const Point2& b, const Point2& c, cons
 	return sgn(mpq_class(adx * (bdy * lc - lb * cdy) - ady * (bdx * lc - lb * cdx) + la * (bdx * cdy - bdy * cdx)));
 }
 
+// Differences that are zero or of magnitude in [1e-60, 1e60]: then no
+// product of up to four of them under- or overflows, and relative error
+// bounds hold.
+inline bool moderate(std::initializer_list<double> vDifferences)
+{
+	for(double d : vDifferences)
+	{
+		double m(std::fabs(d));
+		if(m != 0.0 && !(m >= 1e-60 && m <= 1e60)) return false;
+	}
+	return true;
+}
+
 // The same signs with a generous double filter in front (a bound far above
 // the rounding error; anything near underflow or overflow goes to the rationals),
 // for validating whole meshes quickly.
@@ -136,7 +150,7 @@ inline int filteredOrientation(const Point2& a, const Point2& b, const Point2& c
 {
 	double l((a.x() - c.x()) * (b.y() - c.y())), r((a.y() - c.y()) * (b.x() - c.x()));
 	double perm(std::fabs(l) + std::fabs(r));
-	if(std::isfinite(perm) && perm > 1e-250 && perm < 1e250)
+	if(moderate({a.x() - c.x(), b.y() - c.y(), a.y() - c.y(), b.x() - c.x()}))
 	{
 		double det(l - r), bound(1e-12 * perm);
 		if(det > bound) return 1;
@@ -152,7 +166,7 @@ inline int filteredInCircle(const Point2& a, const Point2& b, const Point2& c, c
 	double det(la * (bdx * cdy - bdy * cdx) + lb * (cdx * ady - cdy * adx) + lc * (adx * bdy - ady * bdx));
 	double perm(la * (std::fabs(bdx * cdy) + std::fabs(bdy * cdx)) + lb * (std::fabs(cdx * ady) + std::fabs(cdy * adx)) +
 		lc * (std::fabs(adx * bdy) + std::fabs(ady * bdx)));
-	if(std::isfinite(perm) && perm > 1e-250 && perm < 1e250)
+	if(moderate({adx, ady, bdx, bdy, cdx, cdy}))
 	{
 		double bound(1e-12 * perm);
 		if(det > bound) return 1;

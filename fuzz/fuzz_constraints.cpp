@@ -155,6 +155,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 
 		// Every known place is a vertex; the structure is sound.
 		std::vector<Point2> vPlaces;
+		vVtx.clear(); // the query appends
 		dt.getVertexPointers(vVtx);
 		for(Point2* pV : vVtx) vPlaces.push_back(*pV);
 		std::set<Point2> sPlaces(vPlaces.begin(), vPlaces.end());

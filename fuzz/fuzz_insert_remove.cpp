@@ -28,7 +28,7 @@ std::vector<Point2> decodeLargeBatch(Bytes& in)
 	std::vector<Point2> v;
 	double offset(in.coordinate()), step(std::ldexp(1.0, int(in.below(40)) - 20));
 	int kind(in.below(3));
-	for(int i = 0; i < 1100; ++i)
+	for(int i = 0; i < 1000; ++i)
 	{
 		if(kind == 0) v.push_back(Point2(offset + step * (i % 33), offset + step * (i / 33), 0));
 		else if(kind == 1) v.push_back(Point2(offset + step * std::cos(i * 0.0057), offset + step * std::sin(i * 0.0057), 0));
@@ -120,7 +120,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 			}
 			default:
 			{
-				if(in.below(4) != 1) break; // the large batch stays rare (and never from exhausted bytes): it costs most
+				if(in.below(16) != 1) break; // the large batch stays rare (and never from exhausted bytes): it costs most
 				std::vector<Point2> v(decodeLargeBatch(in));
 				dt.setNumCPU(2);
 				std::vector<Point2*> vHandles;
