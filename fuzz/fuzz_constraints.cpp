@@ -165,10 +165,16 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 		checkPieces(dt);
 		std::map<Point2, Point2*> mVtx;
 		for(Point2* pV : vVtx) mVtx[*pV] = pV;
+		// Alive, or dead and split into a chain (checked above).
+		std::vector<ConstraintSegment2*> vAll;
+		dt.getAliveAndDeadConstraintSegments(vAll);
+		std::set<std::pair<Point2*, Point2*>> sPairs;
+		for(ConstraintSegment2* pCSeg : vAll) sPairs.insert(std::make_pair(pCSeg->getSrc(), pCSeg->getTrg()));
 		for(const Segment2& seg : vAllSegments)
 		{
 			if(seg.getSrc() == seg.getTrg()) continue;
-			FUZZ_CHECK(dt.getConstraintSegment(mVtx[seg.getSrc()], mVtx[seg.getTrg()]) != nullptr);
+			Point2 *pA(mVtx[seg.getSrc()]), *pB(mVtx[seg.getTrg()]);
+			FUZZ_CHECK(sPairs.count(std::make_pair(std::min(pA, pB), std::max(pA, pB))) == 1);
 		}
 	}
 	return 0;
