@@ -111,9 +111,11 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 	QuietStdout quiet;
 	Bytes in(data, size);
 	Mirel_2D dt(50);
-	std::vector<Point2> vKnown;
-	for(size_t i = 0, n = 3 + in.below(30); i < n; ++i) vKnown.push_back(in.point());
-	dt.insert(vKnown);
+	std::vector<Point2> vKnown, vFirst; // the places that must be vertices
+	for(size_t i = 0, n = 3 + in.below(30); i < n; ++i) vFirst.push_back(in.point());
+	dt.insert(vFirst);
+	for(const Point2& p : vFirst)
+		if(isAccepted(p)) vKnown.push_back(p);
 	std::vector<Segment2> vAllSegments;
 	for(int round = 0; round < 3 && !in.empty(); ++round)
 	{
@@ -140,7 +142,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 		{
 			Point2 p(in.point());
 			dt.insert(p);
-			vKnown.push_back(p);
+			if(isAccepted(p)) vKnown.push_back(p);
 		}
 		std::vector<Point2*> vVtx;
 		dt.getVertexPointers(vVtx);
@@ -159,7 +161,17 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 		dt.getVertexPointers(vVtx);
 		for(Point2* pV : vVtx) vPlaces.push_back(*pV);
 		std::set<Point2> sPlaces(vPlaces.begin(), vPlaces.end());
-		for(const Point2& p : vKnown) FUZZ_CHECK(sPlaces.count(p) == 1);
+		for(const Point2& p : vKnown)
+		{
+			if(sPlaces.count(p) == 0)
+			{
+				std::cerr.precision(17);
+				std::cerr << "no vertex at " << p.x() << " " << p.y() << "; vertices:";
+				for(const Point2& q : sPlaces) std::cerr << " (" << q.x() << " " << q.y() << ")";
+				std::cerr << std::endl;
+			}
+			FUZZ_CHECK(sPlaces.count(p) == 1);
+		}
 		validate(dt, vPlaces, true);
 		if(!dt.hasArea()) continue;
 		checkPieces(dt);
