@@ -72,7 +72,9 @@ bool looksLikeBinaryPointFile(const std::string& filename, uint64_t size)
 	if(size < BIN_HEADER_SIZE || !readBinHeader(filename, header)) return false;
 	if(header.type != BIN_TYPE_XY && header.type != BIN_TYPE_XYZ) return false;
 	if(header.count < 0) return false;
-	return size == BIN_HEADER_SIZE + uint64_t(header.count) * bytesPerPoint(header.type);
+	// Compared by division: the product of a hostile count would overflow.
+	uint64_t bytesAfterHeader(size - BIN_HEADER_SIZE);
+	return bytesAfterHeader % bytesPerPoint(header.type) == 0 && bytesAfterHeader / bytesPerPoint(header.type) == uint64_t(header.count);
 }
 
 bool hasBinExtension(const std::string& filename)
@@ -108,12 +110,15 @@ std::string readBinary(const std::string& filename, uint64_t size, std::vector<P
 	}
 	if(header.count < 0) fail(filename, "announces a negative number of points (" + std::to_string(header.count) + ")");
 	if(header.count == 0) fail(filename, "holds no points");
-	uint64_t expected(BIN_HEADER_SIZE + uint64_t(header.count) * bytesPerPoint(header.type));
-	if(size < expected)
+	// Checked by division before anything is reserved: the product of a hostile
+	// count would overflow, and the claim must never be allocated.
+	uint64_t numHeld((size - BIN_HEADER_SIZE) / bytesPerPoint(header.type));
+	if(uint64_t(header.count) > numHeld)
 	{
-		fail(filename, "is truncated: its header announces " + std::to_string(header.count) + " points (" + std::to_string(expected) +
-				" bytes), the file has " + std::to_string(size) + " bytes");
+		fail(filename, "is truncated: its header announces " + std::to_string(header.count) + " points, the file has " + std::to_string(size) +
+				" bytes, room for " + std::to_string(numHeld));
 	}
+	uint64_t expected(BIN_HEADER_SIZE + uint64_t(header.count) * bytesPerPoint(header.type));
 	if(size > expected)
 	{
 		fail(filename, "has " + std::to_string(size - expected) + " bytes after the " + std::to_string(header.count) + " points its header announces");
@@ -125,11 +130,15 @@ std::string readBinary(const std::string& filename, uint64_t size, std::vector<P
 	return header.type == BIN_TYPE_XYZ ? "binary x y z" : "binary x y";
 }
 
+// The exact decimal form of a double has at most 767 significant digits;
+// anything longer is not a number, however long it goes on.
+const size_t MAX_NUMBER_LENGTH(1024);
+
 // The text as whitespace-separated numbers; '#' starts a comment up to the end of the line.
 class TextScanner
 {
 public:
-	TextScanner(const std::string& filename_, const std::string& text_) : filename(filename_), text(text_), pos(0), line(1) {}
+	TextScanner(const std::string& filename_, const std::string& text_, size_t firstLine = 1) : filename(filename_), text(text_), pos(0), line(firstLine) {}
 
 	// The next number, false at the end of the text. onNewLine: whether a
 	// line break (or the start) lies between this number and the last.
@@ -154,8 +163,9 @@ public:
 		}
 		if(pos >= text.size()) return false;
 		size_t end(pos);
-		while(end < text.size() && !std::strchr(" \t\r\n\f\v#", text[end]) && text[end] != '\0') ++end;
+		while(end < text.size() && !std::strchr(" \t\r\n\f\v#", text[end]) && text[end] != '\0' && end - pos <= MAX_NUMBER_LENGTH) ++end;
 		if(end == pos) end = pos + 1; // a stray NUL byte
+		if(end - pos > MAX_NUMBER_LENGTH) failHere("a word of more than " + std::to_string(MAX_NUMBER_LENGTH) + " characters where a number should be");
 		std::string token(text, pos, end - pos);
 		char* pEnd(nullptr);
 		value = std::strtod(token.c_str(), &pEnd);
@@ -181,16 +191,28 @@ private:
 	size_t line;
 };
 
+const size_t MAX_LINE_LENGTH(1u << 16);
+
+// The next line without its line feed, but never more than MAX_LINE_LENGTH + 1
+// characters of it (the rest stays unread); false at the end of the file.
+bool readLine(std::istream& in, std::string& line)
+{
+	line.clear();
+	std::streambuf* pBuf(in.rdbuf());
+	int c(pBuf->sbumpc());
+	if(c == std::char_traits<char>::eof()) return false;
+	while(c != std::char_traits<char>::eof() && c != '\n' && line.size() <= MAX_LINE_LENGTH)
+	{
+		line.push_back(static_cast<char>(c));
+		if(line.size() <= MAX_LINE_LENGTH) c = pBuf->sbumpc();
+	}
+	return true;
+}
+
 std::string readText(const std::string& filename, PointFormat format, std::vector<Point2>& vPoints)
 {
 	std::ifstream in(filename, std::ios::binary);
 	if(!in) fail(filename, "can't be read");
-	std::ostringstream oss;
-	oss << in.rdbuf();
-	if(in.bad()) fail(filename, "can't be read");
-	std::string text(oss.str());
-
-	TextScanner scanner(filename, text);
 	std::vector<double> vGroup;
 	// With AUTO every line holds one point and the first line says how many numbers.
 	bool bLineBased(format == PointFormat::AUTO);
@@ -219,22 +241,33 @@ std::string readText(const std::string& filename, PointFormat format, std::vecto
 		vPoints.push_back(Point2(vGroup[0], vGroup[1], groupSize == 3 ? vGroup[2] : 0.0));
 		vGroup.clear();
 	};
-	while(scanner.next(value, bOnNewLine))
+	// Line by line, each at most MAX_LINE_LENGTH long: a file that is one huge
+	// line is refused after that much, without being held in memory.
+	std::string text;
+	size_t lineNumber(0);
+	while(readLine(in, text))
 	{
-		if(bLineBased)
+		++lineNumber;
+		if(text.size() > MAX_LINE_LENGTH) fail(filename, "line " + std::to_string(lineNumber) + " is longer than " + std::to_string(MAX_LINE_LENGTH) + " characters");
+		TextScanner scanner(filename, text, lineNumber);
+		while(scanner.next(value, bOnNewLine))
 		{
-			if(bOnNewLine) flushLine();
-			if(vGroup.empty()) lineOfGroup = scanner.getLine();
+			if(bLineBased)
+			{
+				if(bOnNewLine) flushLine();
+				if(vGroup.empty()) lineOfGroup = scanner.getLine();
+				vGroup.push_back(value);
+				continue;
+			}
 			vGroup.push_back(value);
-			continue;
-		}
-		vGroup.push_back(value);
-		if(vGroup.size() == groupSize)
-		{
-			vPoints.push_back(Point2(vGroup[0], vGroup[1], groupSize == 3 ? vGroup[2] : 0.0));
-			vGroup.clear();
+			if(vGroup.size() == groupSize)
+			{
+				vPoints.push_back(Point2(vGroup[0], vGroup[1], groupSize == 3 ? vGroup[2] : 0.0));
+				vGroup.clear();
+			}
 		}
 	}
+	if(in.bad()) fail(filename, "can't be read");
 	if(bLineBased) flushLine();
 	else if(!vGroup.empty()) fail(filename, "ends in the middle of a point (" + std::to_string(vGroup.size()) + " of " + std::to_string(groupSize) + " numbers)");
 	if(vPoints.size() == first) fail(filename, "holds no points");

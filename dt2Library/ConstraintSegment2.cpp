@@ -3,19 +3,21 @@
 #include "ConstraintMgr.h"
 #include "Dt2.h"
 #include "tools.h"
+#include <atomic>
 #include <cmath>
 #include <ostream>
 
 namespace MIREL25D {
 
 namespace {
-// Diagnostics only; deliberately a plain counter like the rest of the
-// single-threaded constraint bookkeeping.
-int labelCounter(0);
+// Diagnostics only: a process-wide running number. Atomic because servers
+// build constraints in many triangulations on many threads at once; a plain
+// counter would be a data race there.
+std::atomic<int> labelCounter(0);
 } // namespace
 
 ConstraintSegment2::ConstraintSegment2(ConstraintMgr* pMgr_, Point2* p0_, Point2* p1_, ConstraintInsertionStrategy cis_)
-	: pMgr(pMgr_), label(labelCounter++), p0(p0_), p1(p1_), cis(cis_), bAlive(true), adjacentArea(LARGEST_DOUBLE)
+	: pMgr(pMgr_), label(labelCounter.fetch_add(1, std::memory_order_relaxed)), p0(p0_), p1(p1_), cis(cis_), bAlive(true), adjacentArea(LARGEST_DOUBLE)
 {
 	MIREL_ASSERT(p0<p1);
 }

@@ -14,6 +14,7 @@
 #include <cmath>
 #include <iostream>
 #include <limits>
+#include <sstream>
 
 namespace MIREL25D {
 
@@ -330,7 +331,11 @@ bool Dt2::splitConstraintEdge(Triangle2* pT, int i, MeshGenParams* /*pParams*/)
 	if(splitPoint == *p1 || splitPoint == *p2)
 	{
 		sendWarning("Dt2::tryRefine()", "Double precision arithmetic does not allow to split a segment further, giving up");
-		for(int k = 0; k < 3; ++k) std::cout << "EdgeLen2D(" << k << "): " << std::sqrt(pT->getSquaredEdgeLength2D(k)) << std::endl;
+		for(int k = 0; k < 3; ++k) {
+			std::ostringstream rawText;
+			rawText << "EdgeLen2D(" << k << "): " << std::sqrt(pT->getSquaredEdgeLength2D(k)) << "\n";
+			sendRawText(rawText.str());
+		}
 		return false;
 	}
 	if(!findCollinearSplitPoint(*p1, *p2, splitPoint) && !isInsideEdgeNeighbourhood(pT, i, splitPoint))

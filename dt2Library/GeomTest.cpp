@@ -3,6 +3,7 @@
 // -ffp-contract=off: the interval stage changes the rounding mode, and the
 // double evaluations here must round every operation as IEEE 754 says.
 #include "GeomTestInline.h"
+#include "InputCheck.h"
 #include "tools.h"
 #include <cfenv>
 #include <cstdint>
@@ -467,11 +468,26 @@ GeomTest& processWideGeomTest()
 }
 } // namespace
 
+namespace {
+// The exact stages take finite doubles only: callers of the exported
+// predicates get a warning and a collinear answer for anything else.
+bool acceptPredicateInput(const char* place, const Point2* p0, const Point2* p1, const Point2* p2)
+{
+	InputCheck check(place, "point", InputCheck::FINITE);
+	bool bAccepted(check.accept(*p0));
+	bAccepted = check.accept(*p1) && bAccepted;
+	bAccepted = check.accept(*p2) && bAccepted;
+	check.report(3);
+	return bAccepted;
+}
+} // namespace
+
 Orientation2 getOrientation2(const Point2* p0, const Point2* p1, const Point2* p2)
 {
 	MIREL_ASSERT(p0!=0);
 	MIREL_ASSERT(p1!=0);
 	MIREL_ASSERT(p2!=0);
+	if(!acceptPredicateInput("getOrientation2()", p0, p1, p2)) return ORIENTATION2_COLLINEAR;
 	GeomTest& geomTest(processWideGeomTest());
 	geomTest.updateStaticBound(p0, p1, p2);
 	return geomTest.getOrientation2(p0, p1, p2);
@@ -482,6 +498,7 @@ Orientation2 getOrientation2_mt(const Point2* p0, const Point2* p1, const Point2
 	MIREL_ASSERT(p0!=0);
 	MIREL_ASSERT(p1!=0);
 	MIREL_ASSERT(p2!=0);
+	if(!acceptPredicateInput("getOrientation2_mt()", p0, p1, p2)) return ORIENTATION2_COLLINEAR;
 	GeomTest geomTest;
 	geomTest.updateStaticBound(p0, p1, p2);
 	return geomTest.getOrientation2(p0, p1, p2);
@@ -497,6 +514,18 @@ std::mutex heightMutex;
 
 double getExactHeight(const Point2& p0, const Point2& p1, const Point2& p2, double x, double y)
 {
+	{
+		InputCheck check("getExactHeight()", "point", InputCheck::FINITE);
+		bool bAccepted(check.accept(p0));
+		bAccepted = check.accept(p1) && bAccepted;
+		bAccepted = check.accept(p2) && bAccepted;
+		bAccepted = check.accept(x, y, 0.0) && bAccepted;
+		if(!bAccepted)
+		{
+			check.report(4);
+			return std::numeric_limits<double>::quiet_NaN(); // no height
+		}
+	}
 	std::lock_guard<std::mutex> lock(heightMutex);
 	std::call_once(heightScratchOnce, [] { pHeightScratch.reset(new HeightScratch); });
 	mpq_t* q(pHeightScratch->q);

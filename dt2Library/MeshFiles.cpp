@@ -12,6 +12,7 @@
 #include <limits>
 #include <memory>
 #include <unordered_map>
+#include <sstream>
 
 namespace MIREL25D {
 
@@ -167,7 +168,11 @@ bool writeWebSceneDirectory(const std::vector<Triangle2*>& vTriangles, const std
 		sendError(place, "Can't create directory " + path);
 		return false;
 	}
-	std::cout << "writeWebScene: Creating " << path << std::endl;
+	{
+			std::ostringstream rawText;
+			rawText << "writeWebScene: Creating " << path << "\n";
+			sendRawText(rawText.str());
+		}
 	// Every file is staged first and renamed only when all are complete, so a
 	// failure leaves the directory as it was.
 	const char* aPageFiles[] = {"index.html", "three.min.js", "OrbitControls.js", "three.LICENSE.txt"};

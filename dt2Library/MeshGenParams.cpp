@@ -2,6 +2,8 @@
 #include "Zone2.h"
 #include <iostream>
 #include <limits>
+#include <sstream>
+#include "tools.h"
 
 namespace MIREL25D {
 
@@ -18,9 +20,12 @@ MeshGenParams::MeshGenParams(Zone2* pZone_)
 	if(zoneLoc != ZL_INSIDE && zoneLoc != ZL_BOUNDED)
 	{
 		// Returns before the grid direction is set: refinement refuses such a zone anyway.
-		std::cerr << "\n\n\nMeshGenParams::MeshGenParams(..), ERROR: \n\tbehavior since Mirel 1.39: The zoneLocation must be ZL_INSIDE or "
-					 "ZL_BOUNDED. Please convert the zone using pZone->convertToBoundedZone(..)\n\n"
-				  << std::endl;
+		{
+			std::ostringstream rawText;
+			rawText << "\n\n\nMeshGenParams::MeshGenParams(..), ERROR: \n\tbehavior since Mirel 1.39: The zoneLocation must be ZL_INSIDE or "
+					 "ZL_BOUNDED. Please convert the zone using pZone->convertToBoundedZone(..)\n\n" << "\n";
+			sendRawErrorText(rawText.str());
+		}
 		return;
 	}
 	gridVector = Vector2(1.0, 0.0, 0.0);

@@ -1,9 +1,11 @@
 #include "Mirel_2D.h"
 #include "Dt2.h"
+#include "InputCheck.h"
 #include "MeshGenParams.h"
 #include <iostream>
 #include "tools.h"
 #include <new>
+#include <sstream>
 
 namespace MIREL25D {
 
@@ -14,29 +16,74 @@ Mirel_2D::~Mirel_2D()
 	delete pImpl;
 }
 
+// Every entry point that takes coordinates refuses NaN, infinite and
+// out-of-range values here (InputCheck), with one warning per call, before
+// anything reaches the triangulation; the accepted part of the call goes in.
+
 Point2* Mirel_2D::insert(const Point2& p)
 {
+	InputCheck check("Mirel_2D::insert(const Point2&)", "point", InputCheck::TRIANGULATION);
+	if(!check.accept(p))
+	{
+		check.report(1);
+		return nullptr;
+	}
 	return pImpl->insert(p);
 }
 
 void Mirel_2D::insert(const std::vector<Point2>& vInputPoints)
 {
-	pImpl->insertVector(vInputPoints);
+	AcceptedPoints accepted(vInputPoints, "Mirel_2D::insert(const std::vector<Point2>&)");
+	pImpl->insertVector(accepted.points());
 }
 
 void Mirel_2D::insert(const std::vector<Point2>& vInputPoints, std::vector<Point2*>& vHandles)
 {
-	pImpl->insertVector(vInputPoints, vHandles);
+	AcceptedPoints accepted(vInputPoints, "Mirel_2D::insert(const std::vector<Point2>&, std::vector<Point2*>&)");
+	if(accepted.allAccepted())
+	{
+		pImpl->insertVector(vInputPoints, vHandles);
+		return;
+	}
+	std::vector<Point2*> vKeptHandles;
+	pImpl->insertVector(accepted.points(), vKeptHandles);
+	accepted.spreadHandles(vKeptHandles, vHandles);
 }
 
 void Mirel_2D::insert(int numPoints, double* aCoordinates, Point2** aHandles)
 {
-	pImpl->insert(numPoints, aCoordinates, aHandles);
+	if(numPoints <= 0 || aCoordinates == nullptr)
+	{
+		pImpl->insert(numPoints, aCoordinates, aHandles);
+		return;
+	}
+	InputCheck check("Mirel_2D::insert(int, double*, Point2**)", "point", InputCheck::TRIANGULATION);
+	std::vector<int> vKeptIndex;
+	for(int i = 0; i < numPoints; ++i)
+	{
+		if(check.accept(aCoordinates[3 * i], aCoordinates[3 * i + 1], aCoordinates[3 * i + 2])) vKeptIndex.push_back(i);
+	}
+	if(check.report(size_t(numPoints)) == 0)
+	{
+		pImpl->insert(numPoints, aCoordinates, aHandles);
+		return;
+	}
+	std::vector<double> vKeptCoords;
+	vKeptCoords.reserve(3 * vKeptIndex.size());
+	for(int i : vKeptIndex) vKeptCoords.insert(vKeptCoords.end(), aCoordinates + 3 * i, aCoordinates + 3 * i + 3);
+	std::vector<Point2*> vKeptHandles(vKeptIndex.size(), nullptr);
+	if(!vKeptIndex.empty()) pImpl->insert(int(vKeptIndex.size()), vKeptCoords.data(), vKeptHandles.data());
+	if(aHandles == nullptr) return;
+	for(int i = 0; i < numPoints; ++i) aHandles[i] = nullptr;
+	for(size_t k = 0; k < vKeptIndex.size(); ++k) aHandles[vKeptIndex[k]] = vKeptHandles[k];
 }
 
 double Mirel_2D::measureTriangulationTime(std::vector<Point2>& vPoints)
 {
-	return pImpl->measureTriangulationTime(vPoints);
+	AcceptedPoints accepted(vPoints, "Mirel_2D::measureTriangulationTime(..)");
+	if(accepted.allAccepted()) return pImpl->measureTriangulationTime(vPoints);
+	std::vector<Point2> vKept(accepted.points());
+	return pImpl->measureTriangulationTime(vKept);
 }
 
 size_t Mirel_2D::numberOfPoints() const
@@ -114,6 +161,12 @@ Dt2* Mirel_2D::getImpl()
 
 Triangle2* Mirel_2D::locate(const Point2& p)
 {
+	InputCheck check("Mirel_2D::locate(..)", "point", InputCheck::TRIANGULATION);
+	if(!check.accept(p))
+	{
+		check.report(1);
+		return nullptr;
+	}
 	return pImpl->locate(p);
 }
 
@@ -164,7 +217,16 @@ void Mirel_2D::remove(Point2* pVtx)
 
 ConstraintGraph2* Mirel_2D::createConstraint(std::vector<Segment2>& vSegments, ConstraintInsertionStrategy cis, bool orientedSegments)
 {
-	return pImpl->createConstraint(vSegments, cis, orientedSegments);
+	InputCheck check("Mirel_2D::createConstraint(..)", "segment", InputCheck::TRIANGULATION);
+	std::vector<Segment2> vKept;
+	vKept.reserve(vSegments.size());
+	for(const Segment2& seg : vSegments)
+	{
+		if(check.accept(seg)) vKept.push_back(seg);
+	}
+	if(check.report(vSegments.size()) == 0) return pImpl->createConstraint(vSegments, cis, orientedSegments);
+	if(vKept.empty()) return nullptr; // the warning above said why
+	return pImpl->createConstraint(vKept, cis, orientedSegments);
 }
 
 ConstraintSegment2* Mirel_2D::getConstraintSegment(Point2* p0, Point2* p1) const
@@ -292,13 +354,23 @@ Zone2* Mirel_2D::createZone(const std::vector<ConstraintGraph2*>& vConstraintGra
 	return reportNoZone(pImpl->createZone(vConstraintGraphs, zoneLoc, bVerbose), bVerbose);
 }
 
+bool Mirel_2D::acceptZoneSeed(const Point2& startPoint)
+{
+	InputCheck check("Mirel_2D::createZone(..)", "start point", InputCheck::TRIANGULATION);
+	if(check.accept(startPoint)) return true;
+	check.report(1);
+	return false;
+}
+
 Zone2* Mirel_2D::createZone(ConstraintGraph2* pConstraintGraph, ZoneLocation zoneLoc, const Point2& startPoint, bool bVerbose)
 {
+	if(!acceptZoneSeed(startPoint)) return nullptr;
 	return reportNoZone(pImpl->createZone(pConstraintGraph, zoneLoc, startPoint, bVerbose), bVerbose);
 }
 
 Zone2* Mirel_2D::createZone(const std::vector<ConstraintGraph2*>& vConstraintGraphs, ZoneLocation zoneLoc, const Point2& startPoint, bool bVerbose)
 {
+	if(!acceptZoneSeed(startPoint)) return nullptr;
 	return reportNoZone(pImpl->createZone(vConstraintGraphs, zoneLoc, startPoint, bVerbose), bVerbose);
 }
 
@@ -309,6 +381,10 @@ Zone2* Mirel_2D::createZone(std::vector<Triangle2*>& vTriangles, bool bVerbose)
 
 Zone2* Mirel_2D::createZone_cookieCutter(std::vector<Segment2>& vSegments, bool bVerbose)
 {
+	// Without the refused segments the polygon would not be closed: nothing is cut.
+	InputCheck check("Mirel_2D::createZone_cookieCutter(..)", "segment", InputCheck::TRIANGULATION);
+	for(const Segment2& seg : vSegments) check.accept(seg);
+	if(check.report(vSegments.size()) > 0) return nullptr;
 	return reportNoZone(pImpl->createZone_cookieCutter(vSegments, bVerbose), bVerbose);
 }
 
@@ -323,12 +399,20 @@ void Mirel_2D::refine(Zone2* pZone, double minAngleDegree, double minEdgeLength,
 {
 	if(pZone == nullptr)
 	{
-		std::cerr << "\nWarning: Mirel_2D::refine(..) has been called with pZone==NULL\n\n";
+		{
+			std::ostringstream rawText;
+			rawText << "\nWarning: Mirel_2D::refine(..) has been called with pZone==NULL\n\n";
+			sendRawErrorText(rawText.str());
+		}
 		return;
 	}
 	if(minAngleDegree > 30)
 	{
-		std::cerr << "\nWarning: Mirel_2D::refine(..), minAngleDegree can't be >30\n\n";
+		{
+			std::ostringstream rawText;
+			rawText << "\nWarning: Mirel_2D::refine(..), minAngleDegree can't be >30\n\n";
+			sendRawErrorText(rawText.str());
+		}
 		return;
 	}
 	MyLocalParams params(pZone);

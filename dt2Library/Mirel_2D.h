@@ -176,6 +176,7 @@ public:
 
 private:
 	Zone2* reportNoZone(Zone2* pZone, bool bVerbose);
+	bool acceptZoneSeed(const Point2& startPoint);
 
 	Dt2* pImpl;
 };

@@ -13,6 +13,7 @@
 #include <iostream>
 #include <limits>
 #include <string>
+#include <sstream>
 
 namespace MIREL25D {
 
@@ -245,19 +246,35 @@ void RefCand3::reportReason(Reason reason)
 	switch(reason)
 	{
 		case REASON_EDGE:
-			std::cout << "RefC: sidelength is " << std::sqrt(aSqLen25D[2]) << std::endl;
+			{
+			std::ostringstream rawText;
+			rawText << "RefC: sidelength is " << std::sqrt(aSqLen25D[2]) << "\n";
+			sendRawText(rawText.str());
+		}
 			showSituation("_sidelen.ps");
 			break;
 		case REASON_AREA:
-			std::cout << "RefC: area" << std::endl;
+			{
+			std::ostringstream rawText;
+			rawText << "RefC: area" << "\n";
+			sendRawText(rawText.str());
+		}
 			showSituation("_area.ps");
 			break;
 		case REASON_GROWTH:
-			std::cout << "RefC: growth" << std::endl;
+			{
+			std::ostringstream rawText;
+			rawText << "RefC: growth" << "\n";
+			sendRawText(rawText.str());
+		}
 			showSituation("_growth.ps");
 			break;
 		case REASON_ANGLE:
-			std::cout << "RefC: minAngle, current=" << minAngleKey << std::endl;
+			{
+			std::ostringstream rawText;
+			rawText << "RefC: minAngle, current=" << minAngleKey << "\n";
+			sendRawText(rawText.str());
+		}
 			showSituation("_quality25.ps");
 			break;
 		default: break;

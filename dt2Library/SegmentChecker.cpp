@@ -1,6 +1,7 @@
 #include "SegmentChecker.h"
 #include "Color.h"
 #include "GeomTest.h"
+#include "InputCheck.h"
 #include "ListenerTable.h"
 #include "Visualizer2.h"
 #include "tools.h"
@@ -70,7 +71,9 @@ public:
 			std::nth_element(vItems.begin() + task.begin, vItems.begin() + mid, vItems.begin() + task.end, [&](size_t a, size_t b) {
 				const Box& ba(vBoxes[a]);
 				const Box& bb(vBoxes[b]);
-				return bSplitX ? ba.minX + ba.maxX < bb.minX + bb.maxX : ba.minY + ba.maxY < bb.minY + bb.maxY;
+				// Halves first: the sum of two huge coordinates would overflow to
+				// infinity and lump all such boxes into one side.
+				return bSplitX ? 0.5 * ba.minX + 0.5 * ba.maxX < 0.5 * bb.minX + 0.5 * bb.maxX : 0.5 * ba.minY + 0.5 * ba.maxY < 0.5 * bb.minY + 0.5 * bb.maxY;
 			});
 			size_t left(vNodes.size());
 			vNodes.push_back(Node());
@@ -141,6 +144,10 @@ double heightOnSegment(const Point2& a, const Point2& b, double x, double y)
 struct SegmentCheckerData
 {
 	std::vector<Segment2*> vSegments;
+	// Segments with a NaN or infinite coordinate take part in no test: the
+	// tree holds the others, by their positions in vSegments.
+	std::vector<char> vRefused;
+	std::vector<size_t> vTreeToSegment;
 	std::unordered_map<const Segment2*, size_t> mIndex;
 	bool bTreeBuilt{false};
 	BoxTree tree;
@@ -152,7 +159,12 @@ struct SegmentCheckerData
 		if(bTreeBuilt) return;
 		std::vector<Box> vBoxes;
 		vBoxes.reserve(vSegments.size());
-		for(Segment2* pSeg : vSegments) vBoxes.push_back(boxOf(*pSeg));
+		for(size_t i = 0; i < vSegments.size(); ++i)
+		{
+			if(vRefused[i]) continue;
+			vBoxes.push_back(boxOf(*vSegments[i]));
+			vTreeToSegment.push_back(i);
+		}
 		tree.build(vBoxes);
 		bTreeBuilt = true;
 	}
@@ -250,8 +262,9 @@ void SegmentCheckerData::collectIntersectors(const Segment2* pSeg, bool bAlsoEnd
 	vCandidates.clear();
 	tree.query(boxOf(*pSeg), vCandidates, vStack);
 	Point2 p1(pSeg->getSrc()), p2(pSeg->getTrg());
-	for(size_t j : vCandidates)
+	for(size_t treeIndex : vCandidates)
 	{
+		size_t j(vTreeToSegment[treeIndex]);
 		const Segment2* pOther(vSegments[j]);
 		if(pOther == pSeg) continue;
 		SegmentIntersectionType sit(classify(p1, p2, pOther->getSrc(), pOther->getTrg()));
@@ -278,7 +291,24 @@ SegmentChecker::SegmentChecker(const std::vector<Segment2*>& vSegments) : pSCD(n
 	pSCD->vSegments = vSegments;
 	pSCD->mIndex.reserve(vSegments.size());
 	for(size_t i = 0; i < vSegments.size(); ++i) pSCD->mIndex.emplace(vSegments[i], i);
+	InputCheck check("SegmentChecker::SegmentChecker()", "segment", InputCheck::FINITE);
+	pSCD->vRefused.resize(vSegments.size());
+	for(size_t i = 0; i < vSegments.size(); ++i) pSCD->vRefused[i] = !check.accept(*vSegments[i]);
+	check.report(vSegments.size());
 }
+
+namespace {
+// The queries that take segments from the caller: each refuses a NaN or
+// infinite coordinate with a warning before any predicate sees it.
+bool acceptSegments(const char* place, const Segment2& seg1, const Segment2& seg2)
+{
+	InputCheck check(place, "segment", InputCheck::FINITE);
+	bool bAccepted(check.accept(seg1));
+	bAccepted = check.accept(seg2) && bAccepted;
+	check.report(2);
+	return bAccepted;
+}
+} // namespace
 
 SegmentChecker::SegmentChecker() : pSCD(new SegmentCheckerData) {}
 
@@ -317,7 +347,7 @@ void SegmentChecker::getIllegalSegments(bool bAlsoEndPointIntersections, std::ve
 	for(size_t i = 0; i < vSegments.size(); ++i)
 	{
 		if(i % progressStep == 0 && !pSCD->mSubscribers.empty()) pSCD->publishProgress(100.0 * double(i) / double(vSegments.size()));
-		if(vIllegal[i]) continue;
+		if(vIllegal[i] || pSCD->vRefused[i]) continue;
 		vHits.clear();
 		pSCD->collectIntersectors(vSegments[i], bAlsoEndPointIntersections, vCandidates, vStack, vHits);
 		for(const auto& hit : vHits)
@@ -335,6 +365,12 @@ void SegmentChecker::getIllegalSegments(bool bAlsoEndPointIntersections, std::ve
 
 void SegmentChecker::getIntersectors(Segment2* pTestSegment, bool bAlsoEndPointIntersections, std::vector<std::pair<Segment2*, SegmentIntersectionType> >& vIntersectors) const
 {
+	InputCheck check("SegmentChecker::getIntersectors()", "segment", InputCheck::FINITE);
+	if(!check.accept(*pTestSegment))
+	{
+		check.report(1);
+		return;
+	}
 	std::vector<size_t> vCandidates, vStack;
 	vCandidates.reserve(1000);
 	std::vector<std::pair<size_t, SegmentIntersectionType> > vHits;
@@ -344,6 +380,7 @@ void SegmentChecker::getIntersectors(Segment2* pTestSegment, bool bAlsoEndPointI
 
 SegmentIntersectionType SegmentChecker::getIntersectionType(const Segment2* pSeg1, const Segment2* pSeg2) const
 {
+	if(!acceptSegments("SegmentChecker::getIntersectionType()", *pSeg1, *pSeg2)) return SIT_UNINITIALIZED;
 	return pSCD->classify(pSeg1->getSrc(), pSeg1->getTrg(), pSeg2->getSrc(), pSeg2->getTrg());
 }
 
@@ -372,6 +409,7 @@ bool SegmentChecker::getIntersectionPoint(SegmentIntersectionType sit, const Seg
 		sendError("SegmentChecker::getIntersectionPoint()", "wrong SegmentIntersectionType provided");
 		return false;
 	}
+	if(!acceptSegments("SegmentChecker::getIntersectionPoint()", seg1, seg2)) return false;
 	Point2 a(seg1.getSrc()), b(seg1.getTrg()), c(seg2.getSrc()), d(seg2.getTrg());
 	double x, y;
 	// A zero-length segment has no line; its point is the common point.
@@ -385,6 +423,7 @@ bool SegmentChecker::getIntersectionPoint(SegmentIntersectionType sit, const Seg
 
 bool SegmentChecker::getIntersectionSegment(const Segment2& seg1, const Segment2& seg2, Segment2& issOnSeg1, Segment2& issOnSeg2) const
 {
+	if(!acceptSegments("SegmentChecker::getIntersectionSegment()", seg1, seg2)) return false;
 	Point2 a(seg1.getSrc()), b(seg1.getTrg()), c(seg2.getSrc()), d(seg2.getTrg());
 	bool bCollinear(pSCD->orient(a, b, c) == ORIENTATION2_COLLINEAR && pSCD->orient(a, b, d) == ORIENTATION2_COLLINEAR);
 	if(!bCollinear || (a == b && c == d && a != c))

@@ -9,6 +9,7 @@
 #include <iostream>
 #include <unordered_map>
 #include <unordered_set>
+#include <sstream>
 
 namespace MIREL25D {
 
@@ -80,7 +81,11 @@ void reportSkipped(size_t numSkipped, const char* place)
 Visualizer3::Visualizer3(const char* filename_)
 	: filename(filename_ != nullptr ? filename_ : ""), bBackfaces(true), numUncaughtAtStart(std::uncaught_exceptions())
 {
-	std::cout << "Visualizer3: Writing " << filename << std::endl;
+	{
+			std::ostringstream rawText;
+			rawText << "Visualizer3: Writing " << filename << "\n";
+			sendRawText(rawText.str());
+		}
 	openFile();
 }
 
@@ -350,7 +355,11 @@ void Visualizer3::writePoints(const std::vector<Point2>& vPoints, unsigned linew
 	const char* place("Visualizer3::writePoints()");
 	if(vPoints.empty())
 	{
-		std::cout << "Visualizer3::writePoints: no points" << std::endl;
+		{
+			std::ostringstream rawText;
+			rawText << "Visualizer3::writePoints: no points" << "\n";
+			sendRawText(rawText.str());
+		}
 		return;
 	}
 	if(!isWritable(color, place)) return;

@@ -1,16 +1,20 @@
 #include "freeFunctions.h"
+#include "InputCheck.h"
 #include "MsgBase.h"
 #include "Segment2.h"
 #include "tools.h"
 #include <algorithm>
+#include <cstdlib>
 #include <atomic>
 #include <cmath>
+#include <cctype>
 #include <cstdint>
 #include <ctime>
 #include <fstream>
 #include <iostream>
 #include <limits>
 #include <string>
+#include <sstream>
 
 namespace MIREL25D {
 
@@ -53,8 +57,8 @@ const int32_t FILETYPE_POINTS_3D(30);
 const int32_t FILETYPE_SEGMENTS_2D(21);
 const int32_t FILETYPE_SEGMENTS_3D(31);
 
-// A value cut off by the end of the file reads as zero: the count in the
-// header is deliberately not checked against the file length.
+// The header has been checked against the file length, so every value read
+// after it is there; a failed read still leaves zero rather than garbage.
 template<class T>
 T readRaw(std::istream& in)
 {
@@ -62,6 +66,31 @@ T readRaw(std::istream& in)
 	char buffer[sizeof(T)];
 	if(in.read(buffer, sizeof(T)) && in.gcount() == static_cast<std::streamsize>(sizeof(T))) std::copy(buffer, buffer + sizeof(T), reinterpret_cast<char*>(&value));
 	return value;
+}
+
+// The number of bytes after the current position.
+uint64_t bytesLeft(std::istream& in)
+{
+	std::streampos here(in.tellg());
+	in.seekg(0, std::ios::end);
+	std::streampos end(in.tellg());
+	in.seekg(here);
+	if(here < 0 || end < here) return 0;
+	return static_cast<uint64_t>(end - here);
+}
+
+// A count that the file cannot hold is refused before anything is allocated:
+// a damaged or hostile header must not make the reader reserve its claim.
+bool checkCount(const char* filename, std::istream& in, int64_t count, uint64_t recordSize, const char* noun)
+{
+	uint64_t numHeld(bytesLeft(in) / recordSize);
+	if(count <= 0 || static_cast<uint64_t>(count) <= numHeld) return true;
+	{
+			std::ostringstream rawText;
+			rawText << filename << " is truncated: its header claims " << count << " " << noun << ", the file holds " << numHeld << "\n";
+			sendRawText(rawText.str());
+		}
+	return false;
 }
 
 template<class T>
@@ -91,25 +120,61 @@ bool reportUnwritable(const char* filename)
 	return false;
 }
 
-// Reads groups of numPerPoint numbers until an extraction fails; text after
-// the last complete group is ignored.
+// The longest text that can be one number: the exact decimal form of a
+// double has at most 767 significant digits, plus sign, point and exponent.
+const size_t MAX_NUMBER_LENGTH(1024);
+
+// Reads groups of numPerPoint numbers until a word is not a number; text after
+// the last complete group is ignored. A word that runs past MAX_NUMBER_LENGTH
+// stops the reading with a message, so a huge line is never held in memory.
+// Groups with a NaN or infinite value are refused (one warning at the end).
 bool readTextPoints(const char* filename, int numPerPoint, std::vector<Point2>& vPoints)
 {
-	std::ifstream in(filename);
+	std::ifstream in(filename, std::ios::in | std::ios::binary);
 	if(!in.is_open())
 	{
 		sendRawText(std::string(filename) + " is unreadable\n");
 		return false;
 	}
+	InputCheck check(numPerPoint == 2 ? "readXY()" : "readXYZ()", "point", InputCheck::FINITE);
+	size_t numGroups(0);
+	std::streambuf* pBuf(in.rdbuf());
+	std::string word;
 	double coords[3] = {0.0, 0.0, 0.0};
+	int numInGroup(0);
+	bool bOk(true);
 	while(true)
 	{
-		for(int i = 0; i < numPerPoint; ++i)
+		int c(pBuf->sbumpc());
+		while(c != std::char_traits<char>::eof() && std::isspace(c)) c = pBuf->sbumpc();
+		if(c == std::char_traits<char>::eof()) break;
+		word.clear();
+		while(c != std::char_traits<char>::eof() && !std::isspace(c) && word.size() <= MAX_NUMBER_LENGTH)
 		{
-			if(!(in >> coords[i])) return true;
+			word.push_back(static_cast<char>(c));
+			c = pBuf->sbumpc();
 		}
-		vPoints.push_back(Point2(coords[0], coords[1], coords[2]));
+		if(word.size() > MAX_NUMBER_LENGTH)
+		{
+			{
+			std::ostringstream rawText;
+			rawText << filename << " has a word longer than " << MAX_NUMBER_LENGTH << " characters where a number should be" << "\n";
+			sendRawText(rawText.str());
+		}
+			bOk = false;
+			break;
+		}
+		char* pEnd(nullptr);
+		double value(std::strtod(word.c_str(), &pEnd));
+		if(pEnd != word.c_str() + word.size()) break; // not a number: the end of the points
+		coords[numInGroup++] = value;
+		if(numInGroup < numPerPoint) continue;
+		numInGroup = 0;
+		++numGroups;
+		if(check.accept(coords[0], coords[1], coords[2])) vPoints.push_back(Point2(coords[0], coords[1], coords[2]));
 	}
+	check.report(numGroups);
+	return bOk;
 }
 
 // The writers take pointers, as the triangulation hands out its vertices.
@@ -148,7 +213,15 @@ bool readPointsBIN(const char* filename, std::vector<Point2>& vPoints)
 	}
 	int64_t numPoints(readRaw<int64_t>(in));
 	bool bWithZ(fileType == FILETYPE_POINTS_3D);
-	for(int64_t i = 0; i < numPoints; ++i) vPoints.push_back(readBinaryPoint(in, bWithZ));
+	if(!checkCount(filename, in, numPoints, bWithZ ? 24 : 16, "points")) return false;
+	InputCheck check("readPointsBIN()", "point", InputCheck::FINITE);
+	if(numPoints > 0) vPoints.reserve(vPoints.size() + static_cast<size_t>(numPoints));
+	for(int64_t i = 0; i < numPoints; ++i)
+	{
+		Point2 p(readBinaryPoint(in, bWithZ));
+		if(check.accept(p)) vPoints.push_back(p);
+	}
+	check.report(numPoints > 0 ? static_cast<size_t>(numPoints) : 0);
 	return true;
 }
 
@@ -168,12 +241,17 @@ bool readSegmentsBIN(const char* filename, std::vector<Segment2>& vSegments)
 	}
 	int64_t numSegments(readRaw<int64_t>(in));
 	bool bWithZ(fileType == FILETYPE_SEGMENTS_3D);
+	if(!checkCount(filename, in, numSegments, bWithZ ? 48 : 32, "segments")) return false;
+	InputCheck check("readSegmentsBIN()", "segment", InputCheck::FINITE);
+	if(numSegments > 0) vSegments.reserve(vSegments.size() + static_cast<size_t>(numSegments));
 	for(int64_t i = 0; i < numSegments; ++i)
 	{
 		Point2 source(readBinaryPoint(in, bWithZ));
 		Point2 target(readBinaryPoint(in, bWithZ));
-		vSegments.push_back(Segment2(source, target));
+		Segment2 seg(source, target);
+		if(check.accept(seg)) vSegments.push_back(seg);
 	}
+	check.report(numSegments > 0 ? static_cast<size_t>(numSegments) : 0);
 	return true;
 }
 

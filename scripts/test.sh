@@ -4,7 +4,8 @@
 #   2. Release build with warnings as errors, benchmarks compiled (not run), full test suite
 #   3. AddressSanitizer + UndefinedBehaviorSanitizer build, full test suite
 #   4. ThreadSanitizer build, the threaded suites (*Threads*, *Parallel*)
-#   5. install into a temporary prefix and build and run examples/consumer against it
+#   5. libFuzzer harnesses built with clang, ASan and UBSan, each run briefly
+#   6. install into a temporary prefix and build and run examples/consumer against it
 # Build folders (build, build-asan, build-tsan) are kept, so a second run is incremental.
 # Exits non-zero on the first failure.
 set -euo pipefail
@@ -77,6 +78,12 @@ ctestArgs=(-R "Threads|Parallel")
 runTests build-tsan "${tsanPrefix[@]}"
 ctestArgs=()
 unset TSAN_OPTIONS
+stageDone
+
+# A short run of every harness: enough to catch a harness that no longer
+# builds or an input class that now crashes; long runs are scripts/fuzz.sh.
+stage "libFuzzer harnesses (clang, ASan + UBSan), 15 s each"
+bash scripts/fuzz.sh 15
 stageDone
 
 stage "install and build examples/consumer against the installed package"
