@@ -125,30 +125,8 @@ TEST(Drape, ChainsFollowEveryEdgeOnTheSurface)
 
 TEST(Drape, SimplificationStaysWithinTheHeightTolerance)
 {
-	// On a plane any tolerance leaves one segment per input segment.
 	std::mt19937 rng(7);
 	std::uniform_real_distribution<double> d(0.0, 100.0);
-	std::vector<Point2> vPlane;
-	for(int i = 0; i < 300; ++i)
-	{
-		double x(d(rng)), y(d(rng));
-		vPlane.push_back(Point2(x, y, 0.25 * x - 0.5 * y + 7.0));
-	}
-	vPlane.push_back(Point2(0, 0, 7.0));
-	vPlane.push_back(Point2(100, 0, 32.0));
-	vPlane.push_back(Point2(100, 100, -18.0));
-	vPlane.push_back(Point2(0, 100, -43.0));
-	Mirel_2D plane(300);
-	plane.insert(vPlane);
-	std::vector<Segment2> vIn{Segment2(Point2(1, 2, 0), Point2(97, 88, 0)), Segment2(Point2(-50, 50, 0), Point2(150, 51, 0))};
-	std::vector<Segment2> vAll, vOne;
-	ASSERT_TRUE(plane.drape(vIn, vAll, -1.0));
-	ASSERT_TRUE(plane.drape(vIn, vOne, 1e-6));
-	EXPECT_GT(vAll.size(), 20u);
-	ASSERT_EQ(vOne.size(), 2u);
-	EXPECT_EQ(vOne[1].getSrc().x(), 0.0);
-	EXPECT_EQ(vOne[1].getTrg().x(), 100.0);
-
 	// On a bumpy terrain: the simplified chain keeps only points of the full
 	// chain, and every full-chain point is within the tolerance of it.
 	std::vector<Point2> v(bumpyTerrain(rng, 800));

@@ -409,13 +409,7 @@ TEST(SceneObj, NoAreaWritesNothing)
 
 size_t countEntries(const std::string& dir)
 {
-	size_t n(0);
-	for(const fs::directory_entry& e : fs::directory_iterator(dir))
-	{
-		(void)e;
-		++n;
-	}
-	return n;
+	return size_t(std::distance(fs::directory_iterator(dir), fs::directory_iterator()));
 }
 
 TEST(SceneFiles, UnwritableTargetsLeaveNothingBehind)
