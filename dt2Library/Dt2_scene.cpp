@@ -42,53 +42,49 @@ void Dt2::showGeomview(const char* filename, const char* color)
 	vis.closeFile();
 }
 
-void Dt2::writeObj(const char* filename, Zone2* pZone)
+namespace {
+
+// The triangles a mesh writer writes: those of pZone, or of the whole
+// triangulation for a null zone. False, with the message, where nothing may
+// be written (no target name, a foreign zone, no area yet).
+bool gatherTrianglesToWrite(const Dt2& dt, const std::vector<Zone2*>& vZones, const char* target, const char* targetName, Zone2* pZone,
+	const char* place, std::vector<Triangle2*>& vT)
 {
-	const char* place("Dt2::writeObj()");
-	if(filename == nullptr)
+	if(target == nullptr)
 	{
-		sendError(place, "filename==NULL, nothing written");
-		return;
+		sendError(place, std::string(targetName) + "==NULL, nothing written");
+		return false;
 	}
 	if(pZone != nullptr && std::find(vZones.begin(), vZones.end(), pZone) == vZones.end())
 	{
 		sendError(place, "the zone is not one of this triangulation, nothing written");
-		return;
+		return false;
 	}
-	if(!hasArea())
+	// Checked before anything is written: a scene without a mesh would be half a scene.
+	if(!dt.hasArea())
 	{
 		sendWarning(NO_AREA_PLACE, NO_AREA_TEXT);
-		return;
+		return false;
 	}
-	std::vector<Triangle2*> vT;
 	if(pZone != nullptr) pZone->getTriangles(vT);
-	else getTrianglePointers(vT);
-	writeObjFile(vT, filename, place);
+	else dt.getTrianglePointers(vT);
+	return true;
+}
+
+} // namespace
+
+void Dt2::writeObj(const char* filename, Zone2* pZone)
+{
+	const char* place("Dt2::writeObj()");
+	std::vector<Triangle2*> vT;
+	if(gatherTrianglesToWrite(*this, vZones, filename, "filename", pZone, place, vT)) writeObjFile(vT, filename, place);
 }
 
 void Dt2::writeWebScene(const char* path, Zone2* pZone)
 {
 	const char* place("Dt2::writeWebScene()");
-	if(path == nullptr)
-	{
-		sendError(place, "path==NULL, nothing written");
-		return;
-	}
-	if(pZone != nullptr && std::find(vZones.begin(), vZones.end(), pZone) == vZones.end())
-	{
-		sendError(place, "the zone is not one of this triangulation, nothing written");
-		return;
-	}
-	// Checked before anything is written: a scene without a mesh would be half a scene.
-	if(!hasArea())
-	{
-		sendWarning(NO_AREA_PLACE, NO_AREA_TEXT);
-		return;
-	}
 	std::vector<Triangle2*> vT;
-	if(pZone != nullptr) pZone->getTriangles(vT);
-	else getTrianglePointers(vT);
-	writeWebSceneDirectory(vT, path, place);
+	if(gatherTrianglesToWrite(*this, vZones, path, "path", pZone, place, vT)) writeWebSceneDirectory(vT, path, place);
 }
 
 } // namespace MIREL25D

@@ -8,7 +8,7 @@
 // needs and the stack it pushes onto, so the sequential insertion (pool), the
 // parallel chunks (pre-fetched triangles) and vertex removal (recycled
 // triangles) share the same code.
-#include "GeomTest.h"
+#include "GeomTestInline.h"
 #include "Point2.h"
 #include "Triangle2.h"
 #include "tools.h"
@@ -86,7 +86,7 @@ LocateResult walkToPoint(GeomTest& geomTest, const Point2* v, Triangle2*& t, int
 			for(int k = 0; k < numEdges; ++k)
 			{
 				int i(aOrder[k]);
-				Orientation2 ori(geomTest.getOrientation2(t, i, v));
+				Orientation2 ori(filteredOrientation2(geomTest, t->getCorner(nextIndex(i)), t->getCorner(prevIndex(i)), v));
 				if(ori == ORIENTATION2_CCW) continue;
 				if(ori == ORIENTATION2_COLLINEAR)
 				{
@@ -139,8 +139,8 @@ LocateResult walkToPoint(GeomTest& geomTest, const Point2* v, Triangle2*& t, int
 		// v on the line of hull edge i, not on a corner: on the edge, or beyond one of its ends.
 		int i(hullLineEdge);
 		int crossed(-1);
-		if(geomTest.getOrientation2(t, nextIndex(i), v) == ORIENTATION2_CW) crossed = nextIndex(i);
-		else if(geomTest.getOrientation2(t, prevIndex(i), v) == ORIENTATION2_CW) crossed = prevIndex(i);
+		if(filteredOrientation2(geomTest, t->getCorner(prevIndex(i)), t->getCorner(i), v) == ORIENTATION2_CW) crossed = nextIndex(i);
+		else if(filteredOrientation2(geomTest, t->getCorner(i), t->getCorner(nextIndex(i)), v) == ORIENTATION2_CW) crossed = prevIndex(i);
 		if(crossed < 0) return LocateResult(i);
 		Triangle2* pNext(t->getOppositeTriangle(crossed));
 		if(pNext == nullptr) return LocateResult(crossed);
@@ -260,18 +260,8 @@ void unsplit24(Point2* v, Triangle2* t, Triangle2* u);
 // cocircular points never flip either way.
 inline bool isInCircleForFlip(GeomTest& geomTest, bool bFastMode, const Point2* v, const Triangle2* pT)
 {
-	if(!bFastMode) return geomTest.circleInc3state(pT, v) == CINC2_INCIRCLE;
-	const Point2* a(pT->getCorner(0));
-	const Point2* b(pT->getCorner(1));
-	const Point2* c(pT->getCorner(2));
-	double qaX(a->x() - v->x()), qaY(a->y() - v->y());
-	double qbX(b->x() - v->x()), qbY(b->y() - v->y());
-	double qcX(c->x() - v->x()), qcY(c->y() - v->y());
-	double la(qaX * qaX + qaY * qaY), lb(qbX * qbX + qbY * qbY), lc(qcX * qcX + qcY * qcY);
-	double p0(qcX * qaY), p1(qcY * qaX), p2(qcY * qbX), p3(qcX * qbY), p4(qbY * qaX), p5(qbX * qaY);
-	double det((p0 - p1) * lb + (p2 - p3) * la + (p4 - p5) * lc);
-	double bound(((std::fabs(p1) + std::fabs(p0)) * lb + (std::fabs(p3) + std::fabs(p2)) * la + (std::fabs(p5) + std::fabs(p4)) * lc) * 3.33e-15);
-	return det > bound;
+	if(!bFastMode) return filteredCircleInc3state(geomTest, pT, v) == CINC2_INCIRCLE;
+	return doubleStageCircleInc3state(pT->getCorner(0), pT->getCorner(1), pT->getCorner(2), v) == CINC2_INCIRCLE;
 }
 
 // What a legalisation policy says about a flip the in-circle test wants.
