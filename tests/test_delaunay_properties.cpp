@@ -60,12 +60,10 @@ TEST(DelaunayProperties, RandomAndDegenerateBatches)
 	for(size_t n : {3u, 4u, 10u, 2000u}) triangulateAndValidate(uniformPoints(rng, n, 0.0, 1.0));
 	triangulateAndValidate(clusteredPoints(rng, 2000));
 	triangulateAndValidate(gridPoints(30, 30, 1.0, 0.0));
-	triangulateAndValidate(circlePoints(64, 1.0));
-	{
-		std::vector<Point2> v(circlePoints(64, 2.0));
-		v.push_back(Point2(0, 0, 9)); // the common centre
-		triangulateAndValidate(v);
-	}
+	std::vector<Point2> vCircle(circlePoints(64, 2.0));
+	triangulateAndValidate(vCircle);
+	vCircle.push_back(Point2(0, 0, 9)); // the common centre
+	triangulateAndValidate(vCircle);
 	triangulateAndValidate(collinearRuns(rng, 300));
 	triangulateAndValidate(withDuplicates(rng, gridPoints(12, 12, 1.0, 0.0)));
 	triangulateAndValidate(withDuplicates(rng, uniformPoints(rng, 500, -1.0, 1.0)));

@@ -170,18 +170,6 @@ TEST(SegmentChecker, IllegalSegmentsAndIntersectorsMatchBruteForce)
 	}
 }
 
-TEST(SegmentChecker, IndicesAndTypeNames)
-{
-	RandomSegments rs(3, 6, 4, 2, 0);
-	SegmentChecker checker(rs.vSegments);
-	EXPECT_EQ(checker.getNumberOfSegments(), 6u);
-	EXPECT_EQ(checker.getSegment(2), rs.vSegments[2]);
-	EXPECT_EQ(checker.getIndex(rs.vSegments[3]), 3u);
-	EXPECT_THROW(checker.getSegment(6), MirelException);
-	EXPECT_EQ(checker.getIntersectionTypeString(SIT_ENDPOINT), "SIT_ENDPOINT");
-	EXPECT_EQ(checker.getIntersectionTypeString(SegmentIntersectionType(9)), "UNKNOWN SIT");
-}
-
 TEST(SegmentChecker, IntersectionPointAndOverlapCarryHeightsOfEachSegment)
 {
 	SegmentChecker checker;
@@ -224,7 +212,7 @@ TEST(SegmentChecker, IntersectionPointAndOverlapCarryHeightsOfEachSegment)
 	EXPECT_NE(out.find("segments seem to be non-collinear"), std::string::npos);
 }
 
-TEST(SegmentChecker, ProgressAndSubscriptions)
+TEST(SegmentChecker, IndicesNamesProgressAndSubscriptions)
 {
 	struct Counter : MsgBase
 	{
@@ -238,6 +226,12 @@ TEST(SegmentChecker, ProgressAndSubscriptions)
 	} counter;
 	RandomSegments rs(5, 300, 40, 5, 0);
 	SegmentChecker checker(rs.vSegments);
+	EXPECT_EQ(checker.getNumberOfSegments(), 300u);
+	EXPECT_EQ(checker.getSegment(2), rs.vSegments[2]);
+	EXPECT_EQ(checker.getIndex(rs.vSegments[3]), 3u);
+	EXPECT_THROW(checker.getSegment(300), MirelException);
+	EXPECT_EQ(checker.getIntersectionTypeString(SIT_ENDPOINT), "SIT_ENDPOINT");
+	EXPECT_EQ(checker.getIntersectionTypeString(SegmentIntersectionType(9)), "UNKNOWN SIT");
 	std::string out(mtest::captureStdout([&] { checker.unsubscribe(MSG_PROGRESS, &counter); }));
 	EXPECT_NE(out.find("No publisher present"), std::string::npos);
 	checker.subscribe(MSG_PROGRESS, &counter);

@@ -10,10 +10,6 @@ using namespace MIREL25D;
 
 namespace {
 using mtest::streamed;
-std::string addressOf(const void* p)
-{
-	return streamed(p);
-}
 
 // u follows t counterclockwise around p: it holds t's corner after p's edge
 // (the corner before p in t's counterclockwise order).
@@ -136,9 +132,9 @@ TEST(Triangle2, IndexLookupAndItsBugMessage)
 	EXPECT_EQ(t.getIntraTriangleIndex(&u), 0);
 	EXPECT_TRUE(t.hasVertex(Point2(1, 0, 0)) && !t.hasVertex(Point2(1, 0, 1)));
 
-	std::string expectedTriangle("Triangle(" + addressOf(&t) + "): area2D=0.5, area2.5D=0.5, CCW\n0: " + streamed(a) +
-		"\t oppTriangle: " + addressOf(&u) + "\n1: " + streamed(b) + "\t oppTriangle: " + addressOf(nullptr) + "\n2: " +
-		streamed(c) + "\t oppTriangle: " + addressOf(nullptr) + "\n");
+	std::string expectedTriangle("Triangle(" + streamed(static_cast<const void*>(&t)) + "): area2D=0.5, area2.5D=0.5, CCW\n0: " + streamed(a) +
+		"\t oppTriangle: " + streamed(static_cast<const void*>(&u)) + "\n1: " + streamed(b) + "\t oppTriangle: " + streamed(static_cast<const void*>(nullptr)) + "\n2: " +
+		streamed(c) + "\t oppTriangle: " + streamed(static_cast<const void*>(nullptr)) + "\n");
 	testing::internal::CaptureStdout();
 	EXPECT_EQ(t.getIntraTriangleIndex(&a, &elsewhere), -1);
 	EXPECT_EQ(testing::internal::GetCapturedStdout(),
