@@ -1,5 +1,6 @@
 #include "CAF_Component.h"
 #include "Triangle2.h"
+#include "Visualizer3.h"
 #include "tools.h"
 #include <algorithm>
 #include <cmath>
@@ -86,6 +87,20 @@ void CAF_Component::getTriangles(std::vector<Triangle2*>& vTrianglesOut) const
 void CAF_Component::getBorder(std::vector<Segment2>& vBorderOut) const
 {
 	vBorderOut.insert(vBorderOut.end(), vBorder.begin(), vBorder.end());
+}
+
+bool CAF_Component::showGeomview(const std::string& baseName) const
+{
+	if(baseName.empty())
+	{
+		sendError("CAF_Component::showGeomview()", "empty file name, nothing written");
+		return false;
+	}
+	const char* suffix(cafType == CT_CUT ? "_cut.list" : (cafType == CT_FILL ? "_fill.list" : "_null.list"));
+	const char* color(cafType == CT_CUT ? "0 1 0 0.5" : (cafType == CT_FILL ? "0 0 1 0.5" : "1 0 0 0.5"));
+	Visualizer3 vis((baseName + suffix).c_str());
+	vis.writeTriangles(vTriangles, color, false);
+	return vis.closeFile();
 }
 
 } // namespace MIREL25D

@@ -3,6 +3,7 @@
 #include "Point2.h"
 #include "Segment2.h"
 #include <map>
+#include <string>
 #include <utility>
 #include <vector>
 
@@ -40,6 +41,10 @@ public:
 	// belongs to another component, the component to their left; the z of
 	// each end point is its height difference (before minus after).
 	void getBorder(std::vector<Segment2>& vBorderOut) const;
+	// Writes the component's triangles as the Geomview file baseName
+	// followed by "_null.list", "_cut.list" or "_fill.list", red, green or
+	// blue by its type; false, with a message, when nothing was written.
+	bool showGeomview(const std::string& baseName) const;
 
 private:
 	void setVolume(const std::map<Point2*, std::pair<double, double>>& mVtx2BeforeAfter);

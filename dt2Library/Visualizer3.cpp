@@ -114,12 +114,14 @@ void Visualizer3::openFile()
 	pFile->stream() << "LIST\n";
 }
 
-void Visualizer3::closeFile()
+bool Visualizer3::closeFile()
 {
-	if(!pFile) return;
+	if(!pFile) return false;
 	pFile->stream() << "}" << std::endl;
-	if(!pFile->commit()) sendError("Visualizer3::closeFile()", filename + " not writeable");
+	bool bCommitted(pFile->commit());
+	if(!bCommitted) sendError("Visualizer3::closeFile()", filename + " not writeable");
 	pFile.reset();
+	return bCommitted;
 }
 
 void Visualizer3::setBackfaces(bool bBackfaces_)

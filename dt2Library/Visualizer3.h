@@ -32,7 +32,8 @@ public:
 	Visualizer3& operator=(const Visualizer3&) = delete;
 
 	// Ends the LIST and puts the file in place; later writes go nowhere.
-	void closeFile();
+	// False when the file could not be opened or put in place.
+	bool closeFile();
 	// While set (the default), back faces of polyhedra are drawn dark violet.
 	void setBackfaces(bool bBackfaces_);
 

@@ -432,4 +432,67 @@ TEST(CutAndFill, ShowDrawsCutGreenAndFillBlue)
 	EXPECT_GT(aCount[2], 1000u);
 }
 
+// Every component written as a Geomview file and read back: the suffix and
+// colour of its type, one face per triangle in its order, the corners' coordinates.
+TEST(CutAndFill, ComponentsWriteThemselvesAsGeomviewFiles)
+{
+	std::mt19937 rng(9);
+	Terrain wave(rng, 600, [](double x, double y) { return std::sin(6 * x) * std::cos(5 * y); });
+	Terrain flat(rng, 100, [](double, double) { return 0.0; });
+	CutAndFill caf(wave.pZone, flat.pZone, 0.05);
+	ASSERT_TRUE(caf.go());
+	const char* aSuffix[3] = {"_null.list", "_cut.list", "_fill.list"};
+	const char* aColor[3] = {"1 0 0 0.5", "0 1 0 0.5", "0 0 1 0.5"};
+	size_t aNumFiles[3] = {0, 0, 0};
+	for(uint64_t i = 0; i < caf.getNumberOfComponents(); ++i)
+	{
+		CAF_Component* pC(caf.getComponent(i));
+		std::string base("caf_component_" + std::to_string(i));
+		int type(pC->getCAFType());
+		ASSERT_TRUE(type >= 0 && type < 3);
+		captureStdout([&]() { EXPECT_TRUE(pC->showGeomview(base)); });
+		std::vector<Triangle2*> vT;
+		pC->getTriangles(vT);
+		std::string text(readFile(base + aSuffix[type]));
+		ASSERT_EQ(countOf(text, "\nOFF\n"), 1u) << base;
+		++aNumFiles[type];
+		std::istringstream in(text.substr(text.find("\nOFF\n") + 5));
+		size_t numVertices(0), numFaces(0), zero(1);
+		in >> numVertices >> numFaces >> zero;
+		ASSERT_EQ(numFaces, vT.size());
+		EXPECT_EQ(zero, 0u);
+		std::vector<Point2> vVertices(numVertices);
+		for(Point2& p : vVertices)
+		{
+			double x, y, z;
+			in >> x >> y >> z;
+			p = Point2(x, y, z);
+		}
+		for(Triangle2* pT : vT)
+		{
+			size_t numCorners(0), aIdx[3];
+			std::string color;
+			in >> numCorners >> aIdx[0] >> aIdx[1] >> aIdx[2];
+			std::getline(in, color);
+			ASSERT_TRUE(in && numCorners == 3);
+			EXPECT_EQ(color, std::string(" ") + aColor[type]);
+			for(int k = 0; k < 3; ++k)
+			{
+				const Point2& written(vVertices.at(aIdx[k]));
+				const Point2& corner(*pT->getCorner(k));
+				EXPECT_NEAR(written.x(), corner.x(), 1e-14);
+				EXPECT_NEAR(written.y(), corner.y(), 1e-14);
+				EXPECT_NEAR(written.z(), corner.z(), 1e-14);
+			}
+		}
+	}
+	for(size_t numFiles : aNumFiles) EXPECT_GT(numFiles, 0u);
+	// An empty name and a missing directory are refused with a message.
+	std::string out(captureStdout([&]() {
+		EXPECT_FALSE(caf.getComponent(0)->showGeomview(""));
+		EXPECT_FALSE(caf.getComponent(0)->showGeomview("no_such_directory/caf"));
+	}));
+	expectGolden("cut_and_fill_geomview_bad_input.txt", out);
+}
+
 } // namespace
