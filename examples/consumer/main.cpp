@@ -144,6 +144,34 @@ int main()
 	vis.writeFile();
 	check(red != blue, "Visualizer2, Color and Label");
 
+	// Terrain tools and the 3D writers.
+	std::vector<Triangle2*> vAll;
+	dt.getTrianglePointers(vAll);
+	double height(0.0);
+	check(dt.getHeight(40, 60, height) && height == 20.0, "getHeight");
+	std::vector<Segment2> vDrapeIn{Segment2(Point2(10, 50, 0), Point2(90, 50, 0))}, vDrapeOut;
+	check(dt.drape(vDrapeIn, vDrapeOut, -1.0) && !vDrapeOut.empty(), "drape");
+	IsoContours contours(vAll);
+	std::vector<std::vector<Segment2>> vvContours;
+	check(contours.getContours(13.5, vvContours, false, true) && !vvContours.empty(), "IsoContours");
+	CutAndFill cutAndFill(pInside, pInside);
+	check(cutAndFill.go() && cutAndFill.getNumberOfComponents() > 0 && cutAndFill.getComponent(0)->getCAFType() == CT_NULL &&
+			  cutAndFill.getComponent(0)->getVolume() == 0.0,
+		"CutAndFill and CAF_Component");
+	{
+		Visualizer3 scene("consumer.list");
+		scene.writeTriangles(vAll, Visualizer3::CYELLOW, true);
+	}
+	dt.writeObj("consumer.obj");
+	check(pInside->smoothing(1), "Zone2 surface operations");
+
+	// Quality meshing of the square inside the constraints.
+	MeshGenParams params(pInside);
+	params.minAngleDegree = 20.0;
+	params.maxEdgeLength = 20.0;
+	dt.refineAdvanced(&params);
+	check(pInside->getNumberOfTriangles() > 2 && std::fabs(pInside->getArea2D() - 3600.0) < 1e-9, "MeshGenParams and refineAdvanced");
+
 	// Misuse reaches the caller as a MirelException.
 	bool bThrown(false);
 	try
