@@ -1,6 +1,7 @@
 // Split off from the triangulation's unit: banners name dt2Library/Dt2.
 #define MIREL_BANNER_FILE "Dt2.cpp"
 #include "Dt2.h"
+#include "MeshSurgery.h"
 #include "tools.h"
 #include <algorithm>
 #include <cmath>
@@ -30,25 +31,15 @@ bool isAlmostVertical(double normalZ)
 void stepToNextHullEdge(Triangle2*& pT, int& e)
 {
 	Point2* pPivot(pT->getCorner(prevIndex(e)));
-	int j(prevIndex(e));
-	while(pT->getOppositeTriangle(prevIndex(j)) != nullptr)
-	{
-		pT = pT->getOppositeTriangle(prevIndex(j));
-		j = pT->getIntraTriangleIndex(pPivot);
-	}
-	e = prevIndex(j);
+	MeshSurgery::rotateToFanEnd(pPivot, pT, true); // open fan: the pivot is on the hull
+	e = prevIndex(pT->getIntraTriangleIndex(pPivot));
 }
 
 void stepToPrevHullEdge(Triangle2*& pT, int& e)
 {
 	Point2* pPivot(pT->getCorner(nextIndex(e)));
-	int j(nextIndex(e));
-	while(pT->getOppositeTriangle(nextIndex(j)) != nullptr)
-	{
-		pT = pT->getOppositeTriangle(nextIndex(j));
-		j = pT->getIntraTriangleIndex(pPivot);
-	}
-	e = nextIndex(j);
+	MeshSurgery::rotateToFanEnd(pPivot, pT, false);
+	e = nextIndex(pT->getIntraTriangleIndex(pPivot));
 }
 
 // Visits the hull edges that q sees (q right of or on their line), starting
