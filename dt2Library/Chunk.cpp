@@ -142,25 +142,29 @@ void Chunk::run()
 	pFinalT = localTriangulateRec(first, last, pT);
 }
 
-// Middle first, then the left half from the middle's triangle, then the right
-// half: successive insertions stay close and the mesh is refined evenly, which
-// keeps conflict regions small (plain curve order would build long fans).
-Triangle2* Chunk::localTriangulateRec(size_t lo, size_t hi, Triangle2* pStartTriangle)
+// The dense list in curve order, middle first (MeshSurgery::insertMiddleFirst)
+// as in the sequential batch insertion. Its vertices carry no keys, so every
+// element is a run of its own.
+struct Chunk::DenseOps
 {
-	while(hi - lo >= 16)
+	typedef std::vector<Point2*>::iterator It;
+	Chunk& chunk;
+	Triangle2* insert(It it, Triangle2* pStartT) { return chunk.insertOrDefer(*it, pStartT); }
+	It runStart(It /*first*/, It mid) const { return mid; }
+	It runEnd(It mid, It /*last*/) const { return mid + 1; }
+	Triangle2* rightStart(It mid, Triangle2* /*pMidT*/, Triangle2* pLeftEndT) const
 	{
-		size_t mid(lo + (hi - lo) / 2);
-		Point2* v((*pvDenseVtx)[mid]);
-		Triangle2* pLeftStartT(insertOrDefer(v, pStartTriangle));
-		Triangle2* pRightStartT(localTriangulateRec(lo, mid, pLeftStartT));
 		// The middle's own triangle is nearer to the right half, but only if the
 		// middle went in here; otherwise the left half's last triangle serves.
-		Triangle2* pIncT(v->getIncidentTriangle());
-		pStartTriangle = (pIncT != nullptr && isInBox(pIncT)) ? pIncT : pRightStartT;
-		lo = mid + 1;
+		Triangle2* pIncT((*mid)->getIncidentTriangle());
+		return (pIncT != nullptr && chunk.isInBox(pIncT)) ? pIncT : pLeftEndT;
 	}
-	for(; lo < hi; ++lo) pStartTriangle = insertOrDefer((*pvDenseVtx)[lo], pStartTriangle);
-	return pStartTriangle;
+};
+
+Triangle2* Chunk::localTriangulateRec(size_t lo, size_t hi, Triangle2* pStartTriangle)
+{
+	DenseOps ops{*this};
+	return MeshSurgery::insertMiddleFirst(pvDenseVtx->begin() + long(lo), pvDenseVtx->begin() + long(hi), pStartTriangle, ops);
 }
 
 Triangle2* Chunk::insertOrDefer(Point2* v, Triangle2* pStartTriangle)

@@ -105,6 +105,7 @@ private:
 	Triangle2* localInsertVertex(Point2* v, Triangle2* pStartTriangle);
 	Triangle2* freshTriangle();
 	struct BoxGuard;
+	struct DenseOps;
 	struct BoxFlipPolicy;
 
 	Dt2* pDt;

@@ -290,44 +290,40 @@ void Dt2::insertBatch(size_t n, XYFunc getXY, FillFunc fillVertex, Point2** hand
 	progress.finish();
 }
 
-// Middle-first recursion over a key-sorted range: the middle vertex first, then
-// the left half from the triangle it returned, then the right half from the
-// middle vertex's triangle. Successive insertions stay close, so walks are short.
-// The middle is moved back to the start of its run of equal keys: points at the
-// same place share their key, so the first of them in input order is always
-// inserted first and stays while the later ones become its duplicates.
+// Middle-first insertion (MeshSurgery::insertMiddleFirst) of a key-sorted
+// range of records. The middle is moved back to the start of its run of equal
+// keys: points at the same place share their key, so the first of them in
+// input order is always inserted first and stays while the later ones become
+// its duplicates.
 void Dt2::triangulateRec(IdxVtxAct* first, IdxVtxAct* last, Triangle2* pStartT)
 {
-	while(last - first >= 16)
+	struct RecordOps
 	{
-		IdxVtxAct* mid(first + (last - first) / 2);
-		uint32_t midKey(mid->key);
-		while(mid > first && (mid - 1)->key == midKey) --mid;
-		if(mid == first)
+		Dt2& dt;
+		Triangle2* insert(IdxVtxAct* pRec, Triangle2* pT) { return dt.insertRecord(pRec, pT); }
+		IdxVtxAct* runStart(IdxVtxAct* pFirst, IdxVtxAct* pMid)
 		{
-			// The whole left half shares one key: take its run in order.
-			IdxVtxAct* runEnd(first + (last - first) / 2 + 1);
-			while(runEnd < last && runEnd->key == midKey) ++runEnd;
-			pStartT = insertSequentially(first, runEnd, pStartT);
-			first = runEnd;
-			continue;
+			while(pMid > pFirst && (pMid - 1)->key == pMid->key) --pMid;
+			return pMid;
 		}
-		Triangle2* pLeftStartT(insertRecord(mid, pStartT));
-		triangulateRec(first, mid, pLeftStartT);
-		// A duplicate or inactive middle has no triangle of its own; the triangle
-		// where it was handled is still alive (insertion releases none) and near.
-		pStartT = mid->active ? mid->pVtx->getIncidentTriangle() : nullptr;
-		if(pStartT == nullptr) pStartT = pLeftStartT;
-		MIREL_ASSERT_PINNED(pStartT!=0, "Dt2.cpp", 2422);
-		first = mid + 1;
-	}
-	insertSequentially(first, last, pStartT);
-}
-
-Triangle2* Dt2::insertSequentially(IdxVtxAct* first, IdxVtxAct* last, Triangle2* pStartT)
-{
-	for(; first != last; ++first) pStartT = insertRecord(first, pStartT);
-	return pStartT;
+		IdxVtxAct* runEnd(IdxVtxAct* pMid, IdxVtxAct* pLast)
+		{
+			IdxVtxAct* pEnd(pMid + 1);
+			while(pEnd < pLast && pEnd->key == pMid->key) ++pEnd;
+			return pEnd;
+		}
+		Triangle2* rightStart(IdxVtxAct* pMid, Triangle2* pMidT, Triangle2* /*pLeftEndT*/)
+		{
+			// A duplicate or inactive middle has no triangle of its own; the triangle
+			// where it was handled is still alive (insertion releases none) and near.
+			Triangle2* pStartT(pMid->active ? pMid->pVtx->getIncidentTriangle() : nullptr);
+			if(pStartT == nullptr) pStartT = pMidT;
+			MIREL_ASSERT_PINNED(pStartT!=0, "Dt2.cpp", 2422);
+			return pStartT;
+		}
+	};
+	RecordOps ops{*this};
+	MeshSurgery::insertMiddleFirst(first, last, pStartT, ops);
 }
 
 // The first triangle: three non-collinear points near each other on the curve,

@@ -45,6 +45,9 @@ class MIREL_API Dt2
 	// The parallel insertion works on the pools, the vault and the flip code.
 	friend class InserterMT;
 	friend class Chunk;
+	// The constraint manager and segments call back into the constraint machinery.
+	friend class ConstraintMgr;
+	friend class ConstraintSegment2;
 
 public:
 	explicit Dt2(unsigned numExpectedVertices);
@@ -83,8 +86,6 @@ public:
 	void unsubscribe(MsgType msgType, MsgBase* pListener);
 	// The operation reporting progress right now ("insert"), or null.
 	const char* getCurrentOperation() const { return progress.getOperationName(); }
-	// Progress of long operations outside this unit (constraint establishment).
-	ProgressReporter& getProgressReporter() { return progress; }
 
 	GeomTest* getGeomTest() { return &geomTest; }
 	VertexVault& getVertexVault() { return vertexVault; }
@@ -100,15 +101,6 @@ public:
 	void applyConstraintsAndZones();
 	bool hasConstraints() const { return bConstraintsExist; }
 	ConstraintMgr* getConstraintMgr() { return pConstraintMgr; }
-	// Establish one segment; false when double precision ran out.
-	bool insertSegmentConformingDelaunay(ConstraintSegment2* pCSeg);
-	bool newCDT_applyOneCS(ConstraintSegment2* pInitialCSeg);
-	// Flips non-Delaunay, non-constraint edges breadth-first around pVtx.
-	void bfsFlipIncident(Point2* pVtx);
-	// Splits conforming pieces that are no longer Delaunay; false when double precision ran out.
-	bool restoreConformingDelaunay();
-	// Called for every split segment: its old edge is no longer locked.
-	void noteSplitConstraint(ConstraintSegment2* pParentCSeg);
 
 private:
 	// ---- Pools ----
@@ -142,7 +134,6 @@ private:
 	template<class XYFunc, class FillFunc>
 	void makeBatchVerticesMT(size_t n, XYFunc getXY, FillFunc fillVertex, Point2** handles, Bbox2& batchBox);
 	void triangulateRec(IdxVtxAct* first, IdxVtxAct* last, Triangle2* pStartT);
-	Triangle2* insertSequentially(IdxVtxAct* first, IdxVtxAct* last, Triangle2* pStartT);
 	// Inserts the record's vertex unless it is inactive or already in the mesh.
 	Triangle2* insertRecord(IdxVtxAct* pRec, Triangle2* pStartT)
 	{
@@ -166,6 +157,18 @@ private:
 	struct InsertionFlipPolicy;
 
 	// ---- Constraint machinery (Dt2_constraints.cpp) ----
+	// Called back by the constraint manager and segments (their friendship above).
+	// Progress of long operations outside this unit (constraint establishment).
+	ProgressReporter& getProgressReporter() { return progress; }
+	// Establish one segment; false when double precision ran out.
+	bool insertSegmentConformingDelaunay(ConstraintSegment2* pCSeg);
+	bool newCDT_applyOneCS(ConstraintSegment2* pInitialCSeg);
+	// Flips non-Delaunay, non-constraint edges breadth-first around pVtx.
+	void bfsFlipIncident(Point2* pVtx);
+	// Splits conforming pieces that are no longer Delaunay; false when double precision ran out.
+	bool restoreConformingDelaunay();
+	// Called for every split segment: its old edge is no longer locked.
+	void noteSplitConstraint(ConstraintSegment2* pParentCSeg);
 	void createConstraintMachinery();
 	void destroyConstraintMachinery();
 	// Asked before a flip the in-circle test wants: a constraint edge stays.

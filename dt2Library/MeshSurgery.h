@@ -310,6 +310,49 @@ Triangle2* legalize(std::vector<Triangle2*>& vFlipStack, Policy& policy)
 	return pLastT;
 }
 
+// ---- Batch order ----
+
+// Below this many elements a range goes in one after another.
+const std::ptrdiff_t MIDDLE_FIRST_MIN_RANGE(16);
+
+/*
+ * Middle-first insertion of a range in curve order: the middle element first,
+ * then the left half from the triangle it returned, then the right half. Each
+ * insertion starts near the previous one, so walks stay short, and the mesh
+ * is refined evenly, which keeps conflict regions small (plain curve order
+ * would build long fans). The caller's ops say what differs:
+ *     Triangle2* insert(It p, Triangle2* pStartT)   inserts *p; a triangle near it
+ *     It runStart(It first, It mid)                 the first element of mid's
+ *                                                   run of equal keys, not before first
+ *     It runEnd(It mid, It last)                    just past that run
+ *     Triangle2* rightStart(It mid, Triangle2* pMidT, Triangle2* pLeftEndT)
+ *         the start for the right half, given the triangles returned by the
+ *         middle's insertion and by the left half's last one
+ * Returns a triangle near the last insertion.
+ */
+template<class It, class Ops>
+Triangle2* insertMiddleFirst(It first, It last, Triangle2* pStartT, Ops& ops)
+{
+	while(last - first >= MIDDLE_FIRST_MIN_RANGE)
+	{
+		It half(first + (last - first) / 2);
+		It mid(ops.runStart(first, half));
+		if(mid == first)
+		{
+			// The whole left half is one run of equal keys: take the run in order.
+			It runEnd(ops.runEnd(half, last));
+			for(; first != runEnd; ++first) pStartT = ops.insert(first, pStartT);
+			continue;
+		}
+		Triangle2* pMidT(ops.insert(mid, pStartT));
+		Triangle2* pLeftEndT(insertMiddleFirst(first, mid, pMidT, ops));
+		pStartT = ops.rightStart(mid, pMidT, pLeftEndT);
+		first = mid + 1;
+	}
+	for(; first != last; ++first) pStartT = ops.insert(first, pStartT);
+	return pStartT;
+}
+
 // ---- Fan steps around a corner v of pT ----
 
 // The neighbour of pT counterclockwise around v (across the edge from v to the corner after it).

@@ -5,6 +5,7 @@
 // same triangles afterwards.
 #include "Dt2.h"
 #include "GeomTest.h"
+#include "MeshSurgery.h"
 #include "Triangle2.h"
 #include "Zone2.h"
 #include "tools.h"
@@ -119,52 +120,16 @@ double minInteriorAngle(const Point2* a, const Point2* b, const Point2* c)
 }
 
 /*
- * Flips edge i of a with its neighbour b across it; d is b's corner opposite
- * the edge. Both triangle objects are kept:
- *
- *          ci2                       ci2
- *          /|\                       / \
- *         / | \                     / b \
- *       ci  |  d       ->         ci-----d
- *         \ | /                     \ a /
- *          \|/                       \ /
- *          ci1                       ci1
- *
- * a becomes (ci, ci1, d) and b (ci, d, ci2); the new diagonal ci-d is edge 1
- * of a and edge 2 of b.
+ * MeshSurgery::flip of edge i of a: a becomes (ci, ci1, d) and b (ci, d, ci2),
+ * both triangle objects are kept, and the new diagonal ci-d is edge 1 of a and
+ * edge 2 of b. Both ends of the diagonal take a as their incident triangle,
+ * which is where the rings of later smoothing passes start.
  */
 void flipDiagonal(Triangle2* a, int i)
 {
-	Triangle2* b(a->getOppositeTriangle(i));
-	int i1(nextIndex(i)), i2(prevIndex(i));
-	Point2* ci(a->getCorner(i));
-	Point2* ci1(a->getCorner(i1));
-	Point2* ci2(a->getCorner(i2));
-	int j(b->getIntraTriangleIndex(a));
-	Point2* d(b->getCorner(j));
-	Triangle2* pBFollow(b->getOppositeTriangle(nextIndex(j))); // across ci1 -> d
-	Triangle2* pBPrec(b->getOppositeTriangle(prevIndex(j))); // across d -> ci2
-	Triangle2* pAOpp1(a->getOppositeTriangle(i1)); // across ci2 -> ci
-	Triangle2* pAOpp2(a->getOppositeTriangle(i2)); // across ci -> ci1
-
-	a->setVertexPointer(0, ci);
-	a->setVertexPointer(1, ci1);
-	a->setVertexPointer(2, d);
-	a->setOppTriangle(0, pBFollow);
-	a->setOppTriangle(1, b);
-	a->setOppTriangle(2, pAOpp2);
-	b->setVertexPointer(0, ci);
-	b->setVertexPointer(1, d);
-	b->setVertexPointer(2, ci2);
-	b->setOppTriangle(0, pBPrec);
-	b->setOppTriangle(1, pAOpp1);
-	b->setOppTriangle(2, a);
-	if(pBFollow != nullptr) pBFollow->setOppTriangle(pBFollow->getIntraTriangleIndex(b), a);
-	if(pAOpp1 != nullptr) pAOpp1->setOppTriangle(pAOpp1->getIntraTriangleIndex(a), b);
-	ci->setIncidentTriangle(a);
-	ci1->setIncidentTriangle(a);
-	d->setIncidentTriangle(a);
-	ci2->setIncidentTriangle(b);
+	MeshSurgery::flip(a, i);
+	a->getCorner(0)->setIncidentTriangle(a);
+	a->getCorner(2)->setIncidentTriangle(a);
 }
 
 // An edge by its end points, with a triangle that held it when it was
