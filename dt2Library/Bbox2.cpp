@@ -8,6 +8,22 @@ namespace MIREL25D {
 
 namespace {
 const double LOWEST_DOUBLE(-LARGEST_DOUBLE);
+
+// Widens [lo, hi] to hold v; whether it changed.
+inline bool widen(double v, double& lo, double& hi)
+{
+	if(v < lo)
+	{
+		lo = v;
+		return true;
+	}
+	if(v > hi)
+	{
+		hi = v;
+		return true;
+	}
+	return false;
+}
 } // namespace
 
 Bbox2::Bbox2(GeomTest* pGeomTest_)
@@ -27,28 +43,9 @@ bool Bbox2::addXY(double x, double y)
 		bValid = true;
 		return true;
 	}
-	bool bChanged(false);
-	if(x < minX)
-	{
-		minX = x;
-		bChanged = true;
-	}
-	else if(x > maxX)
-	{
-		maxX = x;
-		bChanged = true;
-	}
-	if(y < minY)
-	{
-		minY = y;
-		bChanged = true;
-	}
-	else if(y > maxY)
-	{
-		maxY = y;
-		bChanged = true;
-	}
-	return bChanged;
+	bool bChangedX(widen(x, minX, maxX));
+	bool bChangedY(widen(y, minY, maxY));
+	return bChangedX || bChangedY;
 }
 
 bool Bbox2::add(const Point2& p)

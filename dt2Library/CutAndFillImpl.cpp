@@ -20,15 +20,22 @@ namespace {
 
 const char* const GO_PLACE("CutAndFillImpl::go()");
 
-bool hasPositiveAndNegativeCorner(const Triangle2* pT)
+// Whether some corner difference (before minus after, held in z) is above and some below zero.
+void getCornerSigns(const Triangle2* pT, bool& bPos, bool& bNeg)
 {
-	bool bPos(false), bNeg(false);
+	bPos = bNeg = false;
 	for(int i = 0; i < 3; ++i)
 	{
 		double d(pT->getCorner(i)->z());
 		bPos = bPos || d > 0.0;
 		bNeg = bNeg || d < 0.0;
 	}
+}
+
+bool hasPositiveAndNegativeCorner(const Triangle2* pT)
+{
+	bool bPos, bNeg;
+	getCornerSigns(pT, bPos, bNeg);
 	return bPos && bNeg;
 }
 
@@ -36,13 +43,8 @@ bool hasPositiveAndNegativeCorner(const Triangle2* pT)
 // minus after): the zero-line cuts leave no triangle with both signs.
 CAFTYP getTriangleType(const Triangle2* pT)
 {
-	bool bPos(false), bNeg(false);
-	for(int i = 0; i < 3; ++i)
-	{
-		double d(pT->getCorner(i)->z());
-		bPos = bPos || d > 0.0;
-		bNeg = bNeg || d < 0.0;
-	}
+	bool bPos, bNeg;
+	getCornerSigns(pT, bPos, bNeg);
 	if(bPos && bNeg)
 	{
 		std::ostringstream oss;

@@ -39,6 +39,15 @@ public:
 	size_t report(size_t numChecked) const;
 	// The text of that warning.
 	std::string describe(size_t numChecked) const;
+	// A single point or segment, checked and, if refused, reported at once.
+	template<class Item>
+	static bool acceptOne(const char* place, const char* noun, Rule rule, const Item& item)
+	{
+		InputCheck check(place, noun, rule);
+		if(check.accept(item)) return true;
+		check.report(1);
+		return false;
+	}
 
 private:
 	const char* place;

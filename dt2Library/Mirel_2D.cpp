@@ -22,12 +22,7 @@ Mirel_2D::~Mirel_2D()
 
 Point2* Mirel_2D::insert(const Point2& p)
 {
-	InputCheck check("Mirel_2D::insert(const Point2&)", "point", InputCheck::TRIANGULATION);
-	if(!check.accept(p))
-	{
-		check.report(1);
-		return nullptr;
-	}
+	if(!InputCheck::acceptOne("Mirel_2D::insert(const Point2&)", "point", InputCheck::TRIANGULATION, p)) return nullptr;
 	return pImpl->insert(p);
 }
 
@@ -161,12 +156,7 @@ Dt2* Mirel_2D::getImpl()
 
 Triangle2* Mirel_2D::locate(const Point2& p)
 {
-	InputCheck check("Mirel_2D::locate(..)", "point", InputCheck::TRIANGULATION);
-	if(!check.accept(p))
-	{
-		check.report(1);
-		return nullptr;
-	}
+	if(!InputCheck::acceptOne("Mirel_2D::locate(..)", "point", InputCheck::TRIANGULATION, p)) return nullptr;
 	return pImpl->locate(p);
 }
 
@@ -356,10 +346,7 @@ Zone2* Mirel_2D::createZone(const std::vector<ConstraintGraph2*>& vConstraintGra
 
 bool Mirel_2D::acceptZoneSeed(const Point2& startPoint)
 {
-	InputCheck check("Mirel_2D::createZone(..)", "start point", InputCheck::TRIANGULATION);
-	if(check.accept(startPoint)) return true;
-	check.report(1);
-	return false;
+	return InputCheck::acceptOne("Mirel_2D::createZone(..)", "start point", InputCheck::TRIANGULATION, startPoint);
 }
 
 Zone2* Mirel_2D::createZone(ConstraintGraph2* pConstraintGraph, ZoneLocation zoneLoc, const Point2& startPoint, bool bVerbose)

@@ -365,12 +365,7 @@ void SegmentChecker::getIllegalSegments(bool bAlsoEndPointIntersections, std::ve
 
 void SegmentChecker::getIntersectors(Segment2* pTestSegment, bool bAlsoEndPointIntersections, std::vector<std::pair<Segment2*, SegmentIntersectionType> >& vIntersectors) const
 {
-	InputCheck check("SegmentChecker::getIntersectors()", "segment", InputCheck::FINITE);
-	if(!check.accept(*pTestSegment))
-	{
-		check.report(1);
-		return;
-	}
+	if(!InputCheck::acceptOne("SegmentChecker::getIntersectors()", "segment", InputCheck::FINITE, *pTestSegment)) return;
 	std::vector<size_t> vCandidates, vStack;
 	vCandidates.reserve(1000);
 	std::vector<std::pair<size_t, SegmentIntersectionType> > vHits;

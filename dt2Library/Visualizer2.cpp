@@ -357,37 +357,21 @@ void Visualizer2::writeFile()
 	writeHeaderLines();
 	bCurrentColorValid = false;
 	numObjectsSinceStroke = 0;
-	for(const TriangleRecord& t : vTriangles)
-	{
-		useColor(t.color);
-		writeTriangle(t);
-		countObject();
-	}
-	for(const SegmentRecord& s : vSegments)
-	{
-		useColor(s.color);
-		writeSegment(s);
-		countObject();
-	}
+	// Each record in its colour; countObject strokes the path now and then.
+	auto writeAll = [this](const auto& vRecords, auto writeOne) {
+		for(const auto& record : vRecords)
+		{
+			useColor(record.color);
+			writeOne(record);
+			countObject();
+		}
+	};
+	writeAll(vTriangles, [this](const TriangleRecord& t) { writeTriangle(t); });
+	writeAll(vSegments, [this](const SegmentRecord& s) { writeSegment(s); });
 	writeSegmentEndMarks();
-	for(const CircleRecord& circ : vCircles)
-	{
-		useColor(circ.color);
-		writeCircle(circ);
-		countObject();
-	}
-	for(const PointRecord& p : vPoints)
-	{
-		useColor(p.color);
-		writeMark(p.x, p.y, POINT_MARK_SIZE);
-		countObject();
-	}
-	for(const LabelRecord& l : vLabels)
-	{
-		useColor(l.color);
-		writeLabel(l);
-		countObject();
-	}
+	writeAll(vCircles, [this](const CircleRecord& circ) { writeCircle(circ); });
+	writeAll(vPoints, [this](const PointRecord& p) { writeMark(p.x, p.y, POINT_MARK_SIZE); });
+	writeAll(vLabels, [this](const LabelRecord& l) { writeLabel(l); });
 	outFile << "stroke\nshowpage\n%%Trailer\n";
 	outFile.close();
 	bFileClosed = true;

@@ -478,22 +478,28 @@ void Zone2::getVertices(std::vector<Point2*>& vVerticesOut) const
 	vVerticesOut.insert(vVerticesOut.end(), vVtx.begin(), vVtx.end());
 }
 
+namespace {
+// The summed area of the triangles, each measured by triangleArea (2D or 2.5D).
+double sumOfAreas(const std::vector<Triangle2*>& vT, double (Triangle2::*triangleArea)() const)
+{
+	double area(0.0);
+	for(Triangle2* pT : vT) area += (pT->*triangleArea)();
+	return area;
+}
+} // namespace
+
 double Zone2::getArea2D() const
 {
 	std::vector<Triangle2*> vT;
 	getTriangles(vT);
-	double area(0.0);
-	for(Triangle2* pT : vT) area += pT->getArea2D();
-	return area;
+	return sumOfAreas(vT, &Triangle2::getArea2D);
 }
 
 double Zone2::getArea25D() const
 {
 	std::vector<Triangle2*> vT;
 	getTriangles(vT);
-	double area(0.0);
-	for(Triangle2* pT : vT) area += pT->getArea25D();
-	return area;
+	return sumOfAreas(vT, &Triangle2::getArea25D);
 }
 
 Bbox2 Zone2::getBoundingBox() const

@@ -197,7 +197,25 @@ bool readXYZ(const char* filename, std::vector<Point2>& vPoints)
 	return readTextPoints(filename, 3, vPoints);
 }
 
-bool readPointsBIN(const char* filename, std::vector<Point2>& vPoints)
+namespace {
+
+// The frame of the binary point and segment files: a type naming the 2D or
+// the 3D record, a count, the records.
+struct BinaryFileKind
+{
+	int32_t type2D, type3D;
+	uint64_t recordBytes2D; // with z: half as much again
+	const char* wrongTypeText; // the message for another type: filename, this, the type, wrongTypeTail
+	const char* wrongTypeTail;
+	const char* countNoun; // "points"
+	const char* place; // the reader, named in the refusal warning
+	const char* itemNoun; // "point"
+};
+
+// Opens the file, checks its type and that it can hold its count, then
+// readRecords(in, bWithZ, count, check) reads the records, each through check.
+template<class ReadRecords>
+bool readBinaryFile(const char* filename, const BinaryFileKind& kind, ReadRecords readRecords)
 {
 	std::ifstream in(filename, std::ios::in | std::ios::binary);
 	if(!in.is_open())
@@ -206,53 +224,49 @@ bool readPointsBIN(const char* filename, std::vector<Point2>& vPoints)
 		return false;
 	}
 	int32_t fileType(readRaw<int32_t>(in));
-	if(fileType != FILETYPE_POINTS_2D && fileType != FILETYPE_POINTS_3D)
+	if(fileType != kind.type2D && fileType != kind.type3D)
 	{
-		sendRawText(std::string(filename) + " has wrong filetype " + std::to_string(fileType) + ", expected: 30 or 20\n");
+		sendRawText(std::string(filename) + kind.wrongTypeText + std::to_string(fileType) + kind.wrongTypeTail + "\n");
 		return false;
 	}
-	int64_t numPoints(readRaw<int64_t>(in));
-	bool bWithZ(fileType == FILETYPE_POINTS_3D);
-	if(!checkCount(filename, in, numPoints, bWithZ ? 24 : 16, "points")) return false;
-	InputCheck check("readPointsBIN()", "point", InputCheck::FINITE);
-	if(numPoints > 0) vPoints.reserve(vPoints.size() + static_cast<size_t>(numPoints));
-	for(int64_t i = 0; i < numPoints; ++i)
-	{
-		Point2 p(readBinaryPoint(in, bWithZ));
-		if(check.accept(p)) vPoints.push_back(p);
-	}
-	check.report(numPoints > 0 ? static_cast<size_t>(numPoints) : 0);
+	int64_t count(readRaw<int64_t>(in));
+	bool bWithZ(fileType == kind.type3D);
+	if(!checkCount(filename, in, count, bWithZ ? kind.recordBytes2D * 3 / 2 : kind.recordBytes2D, kind.countNoun)) return false;
+	InputCheck check(kind.place, kind.itemNoun, InputCheck::FINITE);
+	size_t numRecords(count > 0 ? static_cast<size_t>(count) : 0);
+	readRecords(in, bWithZ, numRecords, check);
+	check.report(numRecords);
 	return true;
+}
+
+} // namespace
+
+bool readPointsBIN(const char* filename, std::vector<Point2>& vPoints)
+{
+	const BinaryFileKind kind{FILETYPE_POINTS_2D, FILETYPE_POINTS_3D, 16, " has wrong filetype ", ", expected: 30 or 20", "points", "readPointsBIN()", "point"};
+	return readBinaryFile(filename, kind, [&](std::istream& in, bool bWithZ, size_t numPoints, InputCheck& check) {
+		vPoints.reserve(vPoints.size() + numPoints);
+		for(size_t i = 0; i < numPoints; ++i)
+		{
+			Point2 p(readBinaryPoint(in, bWithZ));
+			if(check.accept(p)) vPoints.push_back(p);
+		}
+	});
 }
 
 bool readSegmentsBIN(const char* filename, std::vector<Segment2>& vSegments)
 {
-	std::ifstream in(filename, std::ios::in | std::ios::binary);
-	if(!in.is_open())
-	{
-		sendRawText(std::string(filename) + " can't be read\n");
-		return false;
-	}
-	int32_t fileType(readRaw<int32_t>(in));
-	if(fileType != FILETYPE_SEGMENTS_2D && fileType != FILETYPE_SEGMENTS_3D)
-	{
-		sendRawText(std::string(filename) + " has wrong file type: " + std::to_string(fileType) + " instead of 31 or 21\n");
-		return false;
-	}
-	int64_t numSegments(readRaw<int64_t>(in));
-	bool bWithZ(fileType == FILETYPE_SEGMENTS_3D);
-	if(!checkCount(filename, in, numSegments, bWithZ ? 48 : 32, "segments")) return false;
-	InputCheck check("readSegmentsBIN()", "segment", InputCheck::FINITE);
-	if(numSegments > 0) vSegments.reserve(vSegments.size() + static_cast<size_t>(numSegments));
-	for(int64_t i = 0; i < numSegments; ++i)
-	{
-		Point2 source(readBinaryPoint(in, bWithZ));
-		Point2 target(readBinaryPoint(in, bWithZ));
-		Segment2 seg(source, target);
-		if(check.accept(seg)) vSegments.push_back(seg);
-	}
-	check.report(numSegments > 0 ? static_cast<size_t>(numSegments) : 0);
-	return true;
+	const BinaryFileKind kind{FILETYPE_SEGMENTS_2D, FILETYPE_SEGMENTS_3D, 32, " has wrong file type: ", " instead of 31 or 21", "segments", "readSegmentsBIN()", "segment"};
+	return readBinaryFile(filename, kind, [&](std::istream& in, bool bWithZ, size_t numSegments, InputCheck& check) {
+		vSegments.reserve(vSegments.size() + numSegments);
+		for(size_t i = 0; i < numSegments; ++i)
+		{
+			Point2 source(readBinaryPoint(in, bWithZ));
+			Point2 target(readBinaryPoint(in, bWithZ));
+			Segment2 seg(source, target);
+			if(check.accept(seg)) vSegments.push_back(seg);
+		}
+	});
 }
 
 bool writePointsASCII(const char* filename, const std::vector<Point2*>& vPoints)
