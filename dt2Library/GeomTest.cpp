@@ -5,7 +5,9 @@
 #include "GeomTestInline.h"
 #include "InputCheck.h"
 #include "tools.h"
+#include <algorithm>
 #include <cfenv>
+#include <cmath>
 #include <cstdint>
 #include <cstring>
 #include <limits>
@@ -296,11 +298,62 @@ bool completesAxisParallelRectangle(const Point2* a, const Point2* b, const Poin
 	}
 	return numSameX == 1 && numSameY == 1 && otherX[0] == otherX[1] && otherY[0] == otherY[1];
 }
+
+// Differences below 2^14 units keep the in-circle determinant within 64-bit
+// integers: the squared lengths and the cross terms stay below 2^29, each
+// product below 2^58 and the sum of three below 2^60.
+const int SMALL_DIFFERENCE_BITS(14);
+
+// diff = a - b, and whether the subtraction was exact: the roundoff of the
+// two-difference (Knuth) is zero exactly when no bit was lost.
+bool subtractExactly(double a, double b, double& diff)
+{
+	diff = a - b;
+	double bVirtual(a - diff);
+	double aVirtual(diff + bVirtual);
+	return (a - aVirtual) + (bVirtual - b) == 0.0;
+}
+
+// The in-circle determinant of exact differences that are small integers in
+// one common power-of-two unit (ties on grids and other regular data), in
+// 64-bit integers: its sign is that of the rational determinant, since the
+// unit enters as a positive factor. False where the differences are not such
+// integers; the rational stage decides then.
+bool smallIntegerInCircleSign(const Point2* a, const Point2* b, const Point2* c, const Point2* d, int& sign)
+{
+	double q[6];
+	if(!subtractExactly(a->x(), d->x(), q[0]) || !subtractExactly(a->y(), d->y(), q[1]) || !subtractExactly(b->x(), d->x(), q[2])
+	   || !subtractExactly(b->y(), d->y(), q[3]) || !subtractExactly(c->x(), d->x(), q[4]) || !subtractExactly(c->y(), d->y(), q[5]))
+	{
+		return false;
+	}
+	double maxAbs(0.0);
+	for(double v : q) maxAbs = std::max(maxAbs, std::fabs(v));
+	if(!(maxAbs > 0.0)) return false;
+	int exponent(0);
+	std::frexp(maxAbs, &exponent); // maxAbs < 2^exponent
+	int64_t n[6];
+	for(int i = 0; i < 6; ++i)
+	{
+		// Scaling by a power of two is exact unless bits fall below the
+		// subnormal range; the way back proves that none did.
+		double scaled(std::ldexp(q[i], SMALL_DIFFERENCE_BITS - exponent));
+		if(scaled != std::trunc(scaled) || std::ldexp(scaled, exponent - SMALL_DIFFERENCE_BITS) != q[i]) return false;
+		n[i] = static_cast<int64_t>(scaled);
+	}
+	int64_t la(n[0] * n[0] + n[1] * n[1]), lb(n[2] * n[2] + n[3] * n[3]), lc(n[4] * n[4] + n[5] * n[5]);
+	int64_t crossBC(n[2] * n[5] - n[4] * n[3]), crossCA(n[4] * n[1] - n[0] * n[5]), crossAB(n[0] * n[3] - n[2] * n[1]);
+	int64_t det(la * crossBC + lb * crossCA + lc * crossAB);
+	sign = (det > 0) - (det < 0);
+	return true;
+}
 } // namespace
 
 CircleIncidence2 GeomTest::circleInc3state_exact(const Point2* a, const Point2* b, const Point2* c, const Point2* d)
 {
 	if(completesAxisParallelRectangle(a, b, c, d)) return CINC2_ONCIRCLE;
+	int smallSign(0);
+	if(smallIntegerInCircleSign(a, b, c, d, smallSign)) return smallSign > 0 ? CINC2_INCIRCLE : (smallSign < 0 ? CINC2_OUTCIRCLE : CINC2_ONCIRCLE);
 
 	std::lock_guard<std::mutex> lock(incircleMutex);
 	createExactScratch();
