@@ -332,13 +332,16 @@ bool smallIntegerInCircleSign(const Point2* a, const Point2* b, const Point2* c,
 	if(!(maxAbs > 0.0)) return false;
 	int exponent(0);
 	std::frexp(maxAbs, &exponent); // maxAbs < 2^exponent
+	int shift(SMALL_DIFFERENCE_BITS - exponent);
+	if(shift < -1000 || shift > 1000) return false; // both scales must be normal doubles
+	double scale(std::ldexp(1.0, shift)), unscale(std::ldexp(1.0, -shift));
 	int64_t n[6];
 	for(int i = 0; i < 6; ++i)
 	{
 		// Scaling by a power of two is exact unless bits fall below the
 		// subnormal range; the way back proves that none did.
-		double scaled(std::ldexp(q[i], SMALL_DIFFERENCE_BITS - exponent));
-		if(scaled != std::trunc(scaled) || std::ldexp(scaled, exponent - SMALL_DIFFERENCE_BITS) != q[i]) return false;
+		double scaled(q[i] * scale);
+		if(scaled != std::trunc(scaled) || scaled * unscale != q[i]) return false;
 		n[i] = static_cast<int64_t>(scaled);
 	}
 	int64_t la(n[0] * n[0] + n[1] * n[1]), lb(n[2] * n[2] + n[3] * n[3]), lc(n[4] * n[4] + n[5] * n[5]);
