@@ -213,9 +213,9 @@ struct BinaryFileKind
 };
 
 // Opens the file, checks its type and that it can hold its count, then
-// readRecords(in, bWithZ, count, check) reads the records, each through check.
-template<class ReadRecords>
-bool readBinaryFile(const char* filename, const BinaryFileKind& kind, ReadRecords readRecords)
+// appends the records that readRecord(in, bWithZ) returns and the check accepts.
+template<class Record, class ReadRecord>
+bool readBinaryFile(const char* filename, const BinaryFileKind& kind, std::vector<Record>& vRecords, ReadRecord readRecord)
 {
 	std::ifstream in(filename, std::ios::in | std::ios::binary);
 	if(!in.is_open())
@@ -234,7 +234,12 @@ bool readBinaryFile(const char* filename, const BinaryFileKind& kind, ReadRecord
 	if(!checkCount(filename, in, count, bWithZ ? kind.recordBytes2D * 3 / 2 : kind.recordBytes2D, kind.countNoun)) return false;
 	InputCheck check(kind.place, kind.itemNoun, InputCheck::FINITE);
 	size_t numRecords(count > 0 ? static_cast<size_t>(count) : 0);
-	readRecords(in, bWithZ, numRecords, check);
+	vRecords.reserve(vRecords.size() + numRecords);
+	for(size_t i = 0; i < numRecords; ++i)
+	{
+		Record record(readRecord(in, bWithZ));
+		if(check.accept(record)) vRecords.push_back(record);
+	}
 	check.report(numRecords);
 	return true;
 }
@@ -244,28 +249,16 @@ bool readBinaryFile(const char* filename, const BinaryFileKind& kind, ReadRecord
 bool readPointsBIN(const char* filename, std::vector<Point2>& vPoints)
 {
 	const BinaryFileKind kind{FILETYPE_POINTS_2D, FILETYPE_POINTS_3D, 16, " has wrong filetype ", ", expected: 30 or 20", "points", "readPointsBIN()", "point"};
-	return readBinaryFile(filename, kind, [&](std::istream& in, bool bWithZ, size_t numPoints, InputCheck& check) {
-		vPoints.reserve(vPoints.size() + numPoints);
-		for(size_t i = 0; i < numPoints; ++i)
-		{
-			Point2 p(readBinaryPoint(in, bWithZ));
-			if(check.accept(p)) vPoints.push_back(p);
-		}
-	});
+	return readBinaryFile(filename, kind, vPoints, [](std::istream& in, bool bWithZ) { return readBinaryPoint(in, bWithZ); });
 }
 
 bool readSegmentsBIN(const char* filename, std::vector<Segment2>& vSegments)
 {
 	const BinaryFileKind kind{FILETYPE_SEGMENTS_2D, FILETYPE_SEGMENTS_3D, 32, " has wrong file type: ", " instead of 31 or 21", "segments", "readSegmentsBIN()", "segment"};
-	return readBinaryFile(filename, kind, [&](std::istream& in, bool bWithZ, size_t numSegments, InputCheck& check) {
-		vSegments.reserve(vSegments.size() + numSegments);
-		for(size_t i = 0; i < numSegments; ++i)
-		{
-			Point2 source(readBinaryPoint(in, bWithZ));
-			Point2 target(readBinaryPoint(in, bWithZ));
-			Segment2 seg(source, target);
-			if(check.accept(seg)) vSegments.push_back(seg);
-		}
+	return readBinaryFile(filename, kind, vSegments, [](std::istream& in, bool bWithZ) {
+		Point2 source(readBinaryPoint(in, bWithZ));
+		Point2 target(readBinaryPoint(in, bWithZ));
+		return Segment2(source, target);
 	});
 }
 
