@@ -94,9 +94,10 @@ enum class GeometryKind
 // WKT). Throws InputError for any other extension ("unknown format").
 std::string driverForFile(const std::string& filename);
 
-// A vector layer written into the output folder. Coordinates are written with
-// the full precision of a double (17 significant digits where the format
-// stores text).
+// A vector layer written into the output folder. Coordinates keep the full
+// precision of a double (binary in GeoPackage and Shapefile, 17 digits in
+// GeoJSON and CSV text); DXF stores 15 significant digits. CSV and DXF, which
+// have no place for a reference system, get NAME.prj beside them.
 class VectorLayerOutput
 {
 public:
