@@ -22,6 +22,7 @@ struct Command
 
 int runTriangulate(const std::vector<std::string>& vArgs);
 std::string helpTriangulate();
+int runGenerate(const std::vector<std::string>& vArgs); std::string helpGenerate(); // the walkthrough's synthetic site
 
 // "mirel: error: <message>" on standard error.
 void printError(const std::string& message);

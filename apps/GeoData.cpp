@@ -398,6 +398,8 @@ OGRwkbGeometryType ogrType(GeometryKind kind)
 			return wkbLineString25D;
 		case GeometryKind::POLYGON:
 			return wkbPolygon;
+		case GeometryKind::POINT:
+			return wkbPoint;
 	}
 	return wkbUnknown;
 }
@@ -414,6 +416,28 @@ OGRFieldType ogrType(FieldType type)
 			return OFTString;
 	}
 	return OFTString;
+}
+
+// Moves every file of the staging folder beside the final file and removes
+// the folder.
+void moveStagedFiles(const std::string& stagingFolder, const std::string& finalPath)
+{
+	std::error_code ec;
+	fs::path parent(fs::path(finalPath).parent_path());
+	for(const fs::directory_entry& entry : fs::directory_iterator(stagingFolder, ec))
+	{
+		fs::path target(parent / entry.path().filename());
+		fs::rename(entry.path(), target, ec);
+		if(ec) throw OutputError{target.string() + ": can't be written (" + ec.message() + ")"};
+	}
+	if(ec) throw OutputError{finalPath + ": can't be written (" + ec.message() + ")"};
+	fs::remove(stagingFolder, ec);
+}
+
+std::string parentFolder(const std::string& finalPath)
+{
+	std::string parent(fs::path(finalPath).parent_path().string());
+	return parent.empty() ? "." : parent;
 }
 
 void fillRing(const std::vector<Point2>& vRing, OGRLinearRing& ring)
@@ -496,10 +520,9 @@ VectorLayerOutput::VectorLayerOutput(const std::string& finalPath, const std::st
 	impl.kind = kind;
 	impl.crsWkt = crsWkt;
 	impl.vFields = vFields;
-	std::string parent(fs::path(finalPath).parent_path().string());
-	prepareOutputFolder(parent.empty() ? "." : parent);
+	prepareOutputFolder(parentFolder(finalPath));
 	if(fs::is_directory(finalPath)) throw OutputError{finalPath + ": is a folder"};
-	impl.stagingFolder = makeStagingFolder(parent.empty() ? "." : parent, finalPath);
+	impl.stagingFolder = makeStagingFolder(parentFolder(finalPath), finalPath);
 	std::string tempPath((fs::path(impl.stagingFolder) / fs::path(finalPath).filename()).string());
 
 	GDALDriver* pDriver(GetGDALDriverManager()->GetDriverByName(impl.driverName.c_str()));
@@ -552,7 +575,8 @@ VectorLayerOutput::~VectorLayerOutput()
 
 void VectorLayerOutput::addPoint(const Point2& p, const std::vector<FieldValue>& vValues)
 {
-	pImpl->addFeature(std::unique_ptr<OGRGeometry>(new OGRPoint(p.x(), p.y(), p.z())), vValues);
+	if(pImpl->kind == GeometryKind::POINT_Z) pImpl->addFeature(std::unique_ptr<OGRGeometry>(new OGRPoint(p.x(), p.y(), p.z())), vValues);
+	else pImpl->addFeature(std::unique_ptr<OGRGeometry>(new OGRPoint(p.x(), p.y())), vValues);
 }
 
 void VectorLayerOutput::addLine(const std::vector<Point2>& vLine, const std::vector<FieldValue>& vValues)
@@ -598,22 +622,63 @@ void VectorLayerOutput::commit()
 	CPLErrorReset();
 	GDALClose(GDALDataset::ToHandle(pDs));
 	if(CPLGetLastErrorType() >= CE_Failure) impl.fail("can't be written");
-	std::error_code ec;
-	fs::path parent(fs::path(impl.finalPath).parent_path());
-	for(const fs::directory_entry& entry : fs::directory_iterator(impl.stagingFolder, ec))
-	{
-		fs::path target(parent / entry.path().filename());
-		fs::rename(entry.path(), target, ec);
-		if(ec) throw OutputError{target.string() + ": can't be written (" + ec.message() + ")"};
-	}
-	if(ec) throw OutputError{impl.finalPath + ": can't be written (" + ec.message() + ")"};
-	fs::remove(impl.stagingFolder, ec);
+	moveStagedFiles(impl.stagingFolder, impl.finalPath);
 	impl.bCommitted = true;
 }
 
 const std::string& VectorLayerOutput::getFinalPath() const
 {
 	return pImpl->finalPath;
+}
+
+void writeGeoTiff(const std::string& finalPath, const RasterGrid& grid, const std::string& crsWkt)
+{
+	registerGdalOnce();
+	prepareOutputFolder(parentFolder(finalPath));
+	std::string stagingFolder(makeStagingFolder(parentFolder(finalPath), finalPath));
+	struct StagingRemover
+	{
+		std::string folder;
+		~StagingRemover()
+		{
+			std::error_code ec;
+			fs::remove_all(folder, ec);
+		}
+	} remover{stagingFolder};
+	std::string tempPath((fs::path(stagingFolder) / fs::path(finalPath).filename()).string());
+	auto fail = [&](const std::string& what) { throw OutputError{finalPath + ": " + what + " (" + lastGdalError() + ")"}; };
+
+	GDALDriver* pDriver(GetGDALDriverManager()->GetDriverByName("GTiff"));
+	if(pDriver == nullptr) throw OutputError{finalPath + ": this GDAL has no GeoTIFF driver"};
+	CPLStringList options;
+	options.SetNameValue("COMPRESS", "DEFLATE");
+	options.SetNameValue("PREDICTOR", "3"); // floating-point differences compress best
+	CPLErrorReset();
+	DatasetPtr pDs(pDriver->Create(tempPath.c_str(), grid.numCols, grid.numRows, 1, GDT_Float64, options.List()));
+	if(!pDs) fail("can't be created");
+	double aTransform[6] = {grid.left, grid.cellSize, 0.0, grid.top, 0.0, -grid.cellSize};
+	pDs->SetGeoTransform(aTransform);
+	OGRSpatialReference srs;
+	if(!crsWkt.empty() && srs.importFromWkt(crsWkt.c_str()) == OGRERR_NONE) pDs->SetSpatialRef(&srs);
+	GDALRasterBand* pBand(pDs->GetRasterBand(1));
+	if(grid.bHasNodata) pBand->SetNoDataValue(grid.nodata);
+	std::vector<double> vHeights(grid.vHeights);
+	if(pBand->RasterIO(GF_Write, 0, 0, grid.numCols, grid.numRows, vHeights.data(), grid.numCols, grid.numRows, GDT_Float64, 0, 0) != CE_None)
+	{
+		fail("can't be written");
+	}
+	CPLErrorReset();
+	pDs.reset();
+	if(CPLGetLastErrorType() >= CE_Failure) fail("can't be written");
+	moveStagedFiles(stagingFolder, finalPath);
+}
+
+std::string crsFromEpsg(int code)
+{
+	registerGdalOnce();
+	OGRSpatialReference srs;
+	if(srs.importFromEPSG(code) != OGRERR_NONE) throw InputError{"EPSG:" + std::to_string(code) + ": unknown reference system"};
+	return crsOf(&srs);
 }
 
 #else // built without GDAL
@@ -676,6 +741,16 @@ const std::string& VectorLayerOutput::getFinalPath() const
 {
 	static const std::string none;
 	return none;
+}
+
+void writeGeoTiff(const std::string& finalPath, const RasterGrid&, const std::string&)
+{
+	failWithoutGdal(finalPath);
+}
+
+std::string crsFromEpsg(int code)
+{
+	failWithoutGdal("EPSG:" + std::to_string(code));
 }
 
 #endif

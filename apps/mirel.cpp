@@ -20,6 +20,7 @@ using namespace mireltool;
 namespace {
 const Command aCommands[] = {
 	{"triangulate", "triangulate points (a file, or the built-in terrain) and write a drawing and a mesh", runTriangulate, helpTriangulate},
+	{"generate", "write the walkthrough's synthetic site: DEM and design surface (GeoTIFF), boundary, breaklines, points, roads", runGenerate, helpGenerate},
 };
 const char* DEFAULT_COMMAND("triangulate");
 
