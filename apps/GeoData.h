@@ -86,7 +86,8 @@ enum class GeometryKind
 	POINT_Z,
 	LINE,   // 2D LineString
 	LINE_Z, // LineString Z
-	POLYGON // 2D polygon with holes
+	POLYGON, // 2D polygon with holes
+	POINT // 2D point
 };
 
 // The OGR driver a file name's extension chooses: .gpkg GeoPackage, .geojson
@@ -94,9 +95,10 @@ enum class GeometryKind
 // WKT). Throws InputError for any other extension ("unknown format").
 std::string driverForFile(const std::string& filename);
 
-// A vector layer written into the output folder. Coordinates are written with
-// the full precision of a double (17 significant digits where the format
-// stores text).
+// A vector layer written into the output folder. Coordinates keep the full
+// precision of a double (binary in GeoPackage and Shapefile, 17 digits in
+// GeoJSON and CSV text); DXF stores 15 significant digits. CSV and DXF, which
+// have no place for a reference system, get NAME.prj beside them.
 class VectorLayerOutput
 {
 public:
@@ -120,5 +122,26 @@ private:
 	struct Impl;
 	std::unique_ptr<Impl> pImpl;
 };
+
+// A north-up grid of heights for writing as a raster.
+struct RasterGrid
+{
+	int numCols = 0;
+	int numRows = 0;
+	double left = 0.0; // west edge of the first column
+	double top = 0.0; // north edge of the first row
+	double cellSize = 1.0;
+	std::vector<double> vHeights; // row by row from the north, numCols per row
+	bool bHasNodata = false;
+	double nodata = 0.0;
+};
+
+// Writes the grid as a single-band Float64 GeoTIFF with the reference
+// system, staged and moved into place when complete. Throws OutputError
+// (InputError in a build without GDAL).
+void writeGeoTiff(const std::string& finalPath, const RasterGrid& grid, const std::string& crsWkt);
+
+// The WKT of the reference system with this EPSG code. Throws InputError.
+std::string crsFromEpsg(int code);
 
 } // namespace mireltool

@@ -27,6 +27,7 @@ const Command aCommands[] = {
 	{"volume", "cut and fill volumes between two surfaces", runVolume, helpVolume},
 	{"scene", "the terrain as a 3D scene for a web browser", runScene, helpScene},
 	{"info", "extent, points, heights, duplicates and triangle angles of a terrain", runInfo, helpInfo},
+	{"generate", "write the walkthrough's synthetic site: DEM and design surface (GeoTIFF), boundary, breaklines, points, roads", runGenerate, helpGenerate},
 };
 const char* DEFAULT_COMMAND("triangulate");
 
