@@ -5,8 +5,8 @@
 //
 // The case is built so that its results are known exactly. The existing
 // ground is the design plane plus a height profile across the site that is
-// piecewise linear in y, with its kinks on the breaklines: triangulated with
-// them, the DEM reproduces the ground exactly, and the cut and fill between
+// piecewise linear in y, with its kinks on the breaklines: triangulated, the
+// DEM reproduces the ground exactly, and the cut and fill between
 // it and the design plane over the rectilinear boundary are integrals of a
 // piecewise linear function of y, in closed form. They are written to
 // known_values.txt together with the surfaces' parameters, from which a
@@ -56,9 +56,11 @@ const std::vector<OptionDef>& optionSpecs()
 const double DESIGN_Z0(150.0);
 const double DESIGN_DU(0.06);
 const double DESIGN_DV(-0.01);
-// Knots of the profile as fractions of the side, heights in thousandths of
-// it: a valley below the design in the middle, above it at both ends.
-const double PROFILE_KNOT_FRACTIONS[] = {0.0, 0.2, 0.5, 0.8, 1.0};
+// The profile's inner knots lie on the rows of cell centres nearest to a
+// fifth, a half and four fifths of the side: the triangulation of the grid
+// has edges along every row, so it reproduces the ground exactly even without
+// the breaklines. Heights at the knots in thousandths of the side: a valley
+// below the design in the middle, above it at both ends.
 const double PROFILE_HEIGHT_PERMILLE[] = {18.0, -6.0, -21.0, 24.0, 30.0};
 const size_t NUM_KNOTS(5);
 
@@ -69,11 +71,9 @@ struct Site
 
 	explicit Site(int numCells) : side(CELL * numCells)
 	{
-		for(size_t i = 0; i < NUM_KNOTS; ++i)
-		{
-			vKnotV.push_back(side * PROFILE_KNOT_FRACTIONS[i]);
-			vKnotH.push_back(side * PROFILE_HEIGHT_PERMILLE[i] / 1000.0);
-		}
+		const int aKnotRows[] = {numCells / 5, numCells / 2, 4 * numCells / 5};
+		vKnotV = {0.0, CELL * (aKnotRows[0] + 0.5), CELL * (aKnotRows[1] + 0.5), CELL * (aKnotRows[2] + 0.5), side};
+		for(size_t i = 0; i < NUM_KNOTS; ++i) vKnotH.push_back(side * PROFILE_HEIGHT_PERMILLE[i] / 1000.0);
 	}
 	// A fraction of the side given in twentieths: exact for every size.
 	double at(int twentieths) const { return side * twentieths / 20.0; }
@@ -201,8 +201,8 @@ RasterGrid designGrid(const Site& site, int numCells)
 	return grid;
 }
 
-// The profile's inner knots as 3D lines across the DEM, from the centres of
-// its first column to those of its last, with a vertex every tenth of the side.
+// The profile's inner knots as 3D lines across the DEM, from the centre of
+// its first column to that of its last, with a vertex every tenth of the side.
 void writeBreaklines(const Site& site, const std::string& path, const std::string& crs)
 {
 	VectorLayerOutput out(path, "breaklines", GeometryKind::LINE_Z, crs, {{"kind", FieldType::STRING}});
