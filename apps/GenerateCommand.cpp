@@ -77,6 +77,10 @@ struct Site
 	}
 	// A fraction of the side given in twentieths: exact for every size.
 	double at(int twentieths) const { return side * twentieths / 20.0; }
+	// The cell centre nearest below it. The boundary runs along rows and
+	// columns of centres: cut and fill combines both surfaces into one
+	// triangulation, which then keeps the grid's edges and with them the kinks.
+	double centreAt(int twentieths) const { return CELL * (std::floor(at(twentieths) / CELL) + 0.5); }
 
 	double design(double u, double v) const { return DESIGN_Z0 + DESIGN_DU * u + DESIGN_DV * v; }
 	double profile(double v) const
@@ -101,14 +105,13 @@ struct SignedRect
 // rectangular hole, e.g. a building that stays.
 std::vector<SignedRect> boundaryRects(const Site& site)
 {
-	return {{site.at(2), site.at(2), site.at(18), site.at(14), 1},
-		{site.at(2), site.at(14), site.at(12), site.at(18), 1},
-		{site.at(6), site.at(8), site.at(9), site.at(11), -1}};
+	auto c = [&](int twentieths) { return site.centreAt(twentieths); };
+	return {{c(2), c(2), c(18), c(14), 1}, {c(2), c(14), c(12), c(18), 1}, {c(6), c(8), c(9), c(11), -1}};
 }
 
 PolygonRings boundaryPolygon(const Site& site)
 {
-	auto p = [&](int u, int v) { return Point2(ORIGIN_X + site.at(u), ORIGIN_Y + site.at(v), 0.0); };
+	auto p = [&](int u, int v) { return Point2(ORIGIN_X + site.centreAt(u), ORIGIN_Y + site.centreAt(v), 0.0); };
 	PolygonRings rings;
 	rings.vOuter = {p(2, 2), p(18, 2), p(18, 14), p(12, 14), p(12, 18), p(2, 18)};
 	rings.vHoles.push_back({p(6, 8), p(6, 11), p(9, 11), p(9, 8)});
@@ -186,17 +189,21 @@ RasterGrid groundGrid(const Site& site, int numCells)
 	return grid;
 }
 
-// The design plane on a grid twice as coarse: a plane needs no detail.
+// The design plane on a grid twice as coarse (a plane needs no detail),
+// shifted by half a DEM cell so that its cell centres are every other DEM
+// cell centre: combined, the two surfaces add no vertex that could bridge
+// a kink.
 RasterGrid designGrid(const Site& site, int numCells)
 {
 	RasterGrid grid;
-	grid.numCols = grid.numRows = std::max(2, numCells / 2);
-	grid.cellSize = site.side / grid.numCols;
-	grid.left = ORIGIN_X;
-	grid.top = ORIGIN_Y + site.side;
+	grid.numCols = grid.numRows = numCells / 2;
+	grid.cellSize = 2.0 * CELL;
+	grid.left = ORIGIN_X - CELL / 2;
+	grid.top = ORIGIN_Y + site.side - CELL / 2;
 	for(int row = 0; row < grid.numRows; ++row)
 	{
-		for(int col = 0; col < grid.numCols; ++col) grid.vHeights.push_back(site.design(grid.cellSize * (col + 0.5), site.side - grid.cellSize * (row + 0.5)));
+		double v(site.side - CELL * (2 * row + 1.5));
+		for(int col = 0; col < grid.numCols; ++col) grid.vHeights.push_back(site.design(CELL * (2 * col + 0.5), v));
 	}
 	return grid;
 }
