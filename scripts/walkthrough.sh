@@ -83,11 +83,11 @@ run triangulate data/dem.tif --breaklines data/breaklines.gpkg -o out --name ter
 passed "out/terrain.ps and out/terrain.obj"
 
 say "3. contours every 10 m"
-run contours data/dem.tif --breaklines data/breaklines.gpkg --interval 10 -o out --name terrain --ps -q
+run contours data/dem.tif --breaklines data/breaklines.gpkg --interval 10 -o out --output out/contours.gpkg --name contours --ps -q
 for ext in geojson shp csv dxf; do
 	"$mirel" contours data/dem.tif --breaklines data/breaklines.gpkg --interval 10 -o out --output out/contours.$ext -q >/dev/null
 done
-toCsv out/terrain_contours.gpkg -select height >check/contours_check.csv
+toCsv out/contours.gpkg -select height >check/contours_check.csv
 # Every vertex of every line lies on the ground at the line's height.
 awk -F'"' "${groundVars[@]}" "$groundInit $groundAwk"'
 	NR > 1 {
@@ -112,7 +112,7 @@ awk -F'"' "${groundVars[@]}" "$groundInit $groundAwk"'
 passed "$(cat check/contours_check.txt)"
 # The same lines in every text and binary format, coordinates digit for digit
 # (DXF stores 15 significant digits and is compared by ogrinfo alone).
-toCsv out/terrain_contours.gpkg -select height | cut -d'"' -f2 >check/contours_gpkg.wkt
+toCsv out/contours.gpkg -select height | cut -d'"' -f2 >check/contours_gpkg.wkt
 for ext in geojson shp csv; do
 	toCsv out/contours.$ext -select height | cut -d'"' -f2 >check/contours_$ext.wkt
 	# A Shapefile reads back as MultiLineString where GeoPackage says LineString.
@@ -129,7 +129,7 @@ awk -v a="$minAngle" 'BEGIN { exit !(a >= 25) }' || fail "mesh: minimum angle $m
 passed "site mesh with minimum angle $minAngle degrees"
 
 say "5. cut and fill against the design surface"
-run volume data/dem.tif data/design.tif --boundary data/site.gpkg -o out --name site --ps --json -q >check/volume.json
+run volume data/dem.tif data/design.tif --boundary data/site.gpkg -o out --name earthworks --ps --json -q >check/volume.json
 for key in cut_volume fill_volume cut_area fill_area; do
 	measured=$(jsonValue check/volume.json $key)
 	expected=$(knownValue $key)
@@ -138,11 +138,11 @@ for key in cut_volume fill_volume cut_area fill_area; do
 	passed "$key $measured (known: $expected)"
 done
 # The components layer adds up to the printed totals.
-toCsv out/site_volume.gpkg -select type,volume | awk -F'"' -v cut="$(jsonValue check/volume.json cut_volume)" -v fill="$(jsonValue check/volume.json fill_volume)" '
+toCsv out/earthworks_volume.gpkg -select type,volume | awk -F'"' -v cut="$(jsonValue check/volume.json cut_volume)" -v fill="$(jsonValue check/volume.json fill_volume)" '
 	NR > 1 { split($3, f, ","); sum[f[2]] += f[3] }
 	END { d1 = sum["cut"] - cut; d2 = sum["fill"] - fill; exit !(d1 * d1 + d2 * d2 <= 1e-12 * (cut * cut + fill * fill)) }' ||
-	fail "volume: the components of out/site_volume.gpkg do not add up to the totals"
-passed "the components in out/site_volume.gpkg add up to the totals"
+	fail "volume: the components of out/earthworks_volume.gpkg do not add up to the totals"
+passed "the components in out/earthworks_volume.gpkg add up to the totals"
 
 say "6. heights at the stake-out points"
 run height data/dem.tif --points data/stakeout.gpkg --output out/stakeout_heights.gpkg -o out -q
