@@ -5,8 +5,8 @@
 //
 // The case is built so that its results are known exactly. The existing
 // ground is the design plane plus a height profile across the site that is
-// piecewise linear in y, with its kinks on the breaklines: triangulated with
-// them, the DEM reproduces the ground exactly, and the cut and fill between
+// piecewise linear in y, with its kinks on the breaklines: triangulated, the
+// DEM reproduces the ground exactly, and the cut and fill between
 // it and the design plane over the rectilinear boundary are integrals of a
 // piecewise linear function of y, in closed form. They are written to
 // known_values.txt together with the surfaces' parameters, from which a
@@ -56,9 +56,11 @@ const std::vector<OptionDef>& optionSpecs()
 const double DESIGN_Z0(150.0);
 const double DESIGN_DU(0.06);
 const double DESIGN_DV(-0.01);
-// Knots of the profile as fractions of the side, heights in thousandths of
-// it: a valley below the design in the middle, above it at both ends.
-const double PROFILE_KNOT_FRACTIONS[] = {0.0, 0.2, 0.5, 0.8, 1.0};
+// The profile's inner knots lie on the rows of cell centres nearest to a
+// fifth, a half and four fifths of the side: the triangulation of the grid
+// has edges along every row, so it reproduces the ground exactly even without
+// the breaklines. Heights at the knots in thousandths of the side: a valley
+// below the design in the middle, above it at both ends.
 const double PROFILE_HEIGHT_PERMILLE[] = {18.0, -6.0, -21.0, 24.0, 30.0};
 const size_t NUM_KNOTS(5);
 
@@ -69,14 +71,16 @@ struct Site
 
 	explicit Site(int numCells) : side(CELL * numCells)
 	{
-		for(size_t i = 0; i < NUM_KNOTS; ++i)
-		{
-			vKnotV.push_back(side * PROFILE_KNOT_FRACTIONS[i]);
-			vKnotH.push_back(side * PROFILE_HEIGHT_PERMILLE[i] / 1000.0);
-		}
+		const int aKnotRows[] = {numCells / 5, numCells / 2, 4 * numCells / 5};
+		vKnotV = {0.0, CELL * (aKnotRows[0] + 0.5), CELL * (aKnotRows[1] + 0.5), CELL * (aKnotRows[2] + 0.5), side};
+		for(size_t i = 0; i < NUM_KNOTS; ++i) vKnotH.push_back(side * PROFILE_HEIGHT_PERMILLE[i] / 1000.0);
 	}
 	// A fraction of the side given in twentieths: exact for every size.
 	double at(int twentieths) const { return side * twentieths / 20.0; }
+	// The cell centre nearest below it. The boundary runs along rows and
+	// columns of centres: cut and fill combines both surfaces into one
+	// triangulation, which then keeps the grid's edges and with them the kinks.
+	double centreAt(int twentieths) const { return CELL * (std::floor(at(twentieths) / CELL) + 0.5); }
 
 	double design(double u, double v) const { return DESIGN_Z0 + DESIGN_DU * u + DESIGN_DV * v; }
 	double profile(double v) const
@@ -101,14 +105,13 @@ struct SignedRect
 // rectangular hole, e.g. a building that stays.
 std::vector<SignedRect> boundaryRects(const Site& site)
 {
-	return {{site.at(2), site.at(2), site.at(18), site.at(14), 1},
-		{site.at(2), site.at(14), site.at(12), site.at(18), 1},
-		{site.at(6), site.at(8), site.at(9), site.at(11), -1}};
+	auto c = [&](int twentieths) { return site.centreAt(twentieths); };
+	return {{c(2), c(2), c(18), c(14), 1}, {c(2), c(14), c(12), c(18), 1}, {c(6), c(8), c(9), c(11), -1}};
 }
 
 PolygonRings boundaryPolygon(const Site& site)
 {
-	auto p = [&](int u, int v) { return Point2(ORIGIN_X + site.at(u), ORIGIN_Y + site.at(v), 0.0); };
+	auto p = [&](int u, int v) { return Point2(ORIGIN_X + site.centreAt(u), ORIGIN_Y + site.centreAt(v), 0.0); };
 	PolygonRings rings;
 	rings.vOuter = {p(2, 2), p(18, 2), p(18, 14), p(12, 14), p(12, 18), p(2, 18)};
 	rings.vHoles.push_back({p(6, 8), p(6, 11), p(9, 11), p(9, 8)});
@@ -186,23 +189,27 @@ RasterGrid groundGrid(const Site& site, int numCells)
 	return grid;
 }
 
-// The design plane on a grid twice as coarse: a plane needs no detail.
+// The design plane on a grid twice as coarse (a plane needs no detail),
+// shifted by half a DEM cell so that its cell centres are every other DEM
+// cell centre: combined, the two surfaces add no vertex that could bridge
+// a kink.
 RasterGrid designGrid(const Site& site, int numCells)
 {
 	RasterGrid grid;
-	grid.numCols = grid.numRows = std::max(2, numCells / 2);
-	grid.cellSize = site.side / grid.numCols;
-	grid.left = ORIGIN_X;
-	grid.top = ORIGIN_Y + site.side;
+	grid.numCols = grid.numRows = numCells / 2;
+	grid.cellSize = 2.0 * CELL;
+	grid.left = ORIGIN_X - CELL / 2;
+	grid.top = ORIGIN_Y + site.side - CELL / 2;
 	for(int row = 0; row < grid.numRows; ++row)
 	{
-		for(int col = 0; col < grid.numCols; ++col) grid.vHeights.push_back(site.design(grid.cellSize * (col + 0.5), site.side - grid.cellSize * (row + 0.5)));
+		double v(site.side - CELL * (2 * row + 1.5));
+		for(int col = 0; col < grid.numCols; ++col) grid.vHeights.push_back(site.design(CELL * (2 * col + 0.5), v));
 	}
 	return grid;
 }
 
-// The profile's inner knots as 3D lines across the DEM, from the centres of
-// its first column to those of its last, with a vertex every tenth of the side.
+// The profile's inner knots as 3D lines across the DEM, from the centre of
+// its first column to that of its last, with a vertex every tenth of the side.
 void writeBreaklines(const Site& site, const std::string& path, const std::string& crs)
 {
 	VectorLayerOutput out(path, "breaklines", GeometryKind::LINE_Z, crs, {{"kind", FieldType::STRING}});
