@@ -5,6 +5,7 @@
 #include "MirelExport.h"
 #include "ProgressBar.h"
 #include "SegmentChecker.h"
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <cstdlib>
@@ -499,7 +500,7 @@ void TerrainModel::writeFiles(Summary& summary, const std::string& title, bool b
 	{
 		PendingFile obj(settings.outputFolder, settings.name + ".obj");
 		bool bOk(false);
-		if(pZone != nullptr) bOk = writeObjExact(vT, obj.getTempPath(), originX, originY);
+		if(pZone != nullptr || originX != 0.0 || originY != 0.0) bOk = writeObjExact(vT, obj.getTempPath(), originX, originY);
 		else
 		{
 			vT.clear();

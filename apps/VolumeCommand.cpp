@@ -16,14 +16,22 @@ namespace mireltool {
 using namespace MIREL25D;
 
 namespace {
-const std::vector<OptionDef>& optionSpecs()
+// Breaklines would be ambiguous between the two surfaces: not offered.
+std::vector<OptionDef> makeOptionSpecs()
 {
-	static const std::vector<OptionDef> vOptionDefs = withCommonOptions(
+	std::vector<OptionDef> v(withCommonOptions(
 		{
 			{"ignore", 0, true, "T", "height differences up to T count as none (default 0)"},
-			{"output", 0, true, "FILE", "the polygon layer of the components (default DIR/NAME_volume.gpkg)"},
+			{"output", 0, true, "FILE", "the polygon layer of the components, with type, area and volume (default DIR/NAME_volume.gpkg); --ps draws them, --obj writes the difference surface"},
 		},
-		OG_TERRAIN | OG_OUTPUT | OG_FILES);
+		OG_TERRAIN | OG_OUTPUT | OG_FILES));
+	v.erase(std::remove_if(v.begin(), v.end(), [](const OptionDef& o) { return o.longName == "breaklines"; }), v.end());
+	return v;
+}
+
+const std::vector<OptionDef>& optionSpecs()
+{
+	static const std::vector<OptionDef> vOptionDefs(makeOptionSpecs());
 	return vOptionDefs;
 }
 
@@ -76,7 +84,6 @@ void volume(const ParsedOptions& opts, Summary& summary)
 {
 	std::vector<std::string> vInputs(getInputs(opts, {"existing terrain", "design terrain"}));
 	CommonSettings s(readCommonSettings(opts, stemOf(vInputs[0])));
-	if(!s.breaklinesFile.empty()) throw UsageError{"--breaklines is not used by volume"};
 	double ignore(getNumber(opts, "ignore", 0.0, 0.0, std::numeric_limits<double>::max(), false));
 	prepareOutputFolder(s.outputFolder);
 	std::string outPath(vectorOutputPath(opts, s, "_volume.gpkg"));
