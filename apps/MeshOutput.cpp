@@ -181,7 +181,7 @@ bool writeObjExact(const MirelExport& mesh, const std::string& path)
 		});
 }
 
-bool writeObjExact(const std::vector<Triangle2*>& vT, const std::string& path)
+bool writeObjExact(const std::vector<Triangle2*>& vT, const std::string& path, double dx, double dy)
 {
 	std::unordered_map<const Point2*, long long> mIndex;
 	std::vector<const Point2*> vVertices;
@@ -195,8 +195,8 @@ bool writeObjExact(const std::vector<Triangle2*>& vT, const std::string& path)
 	return writeObjText(
 		path, int64_t(vVertices.size()),
 		[&](int64_t i, double& x, double& y, double& z) {
-			x = vVertices[size_t(i)]->x();
-			y = vVertices[size_t(i)]->y();
+			x = vVertices[size_t(i)]->x() + dx;
+			y = vVertices[size_t(i)]->y() + dy;
 			z = vVertices[size_t(i)]->z();
 		},
 		int64_t(vT.size()),

@@ -20,7 +20,8 @@ bool writeTerrainDrawing(MIREL25D::Mirel_2D& dt, const std::vector<MIREL25D::Tri
 // Wavefront OBJ with the shortest decimal text that reads back to the same
 // double, so that no coordinate is rounded. Returns false on a write failure.
 bool writeObjExact(const MIREL25D::MirelExport& mesh, const std::string& path);
-// The same for a set of triangles (a zone's, say), counterclockwise faces.
-bool writeObjExact(const std::vector<MIREL25D::Triangle2*>& vT, const std::string& path);
+// The same for a set of triangles (a zone's, say), counterclockwise faces,
+// moved by (dx, dy).
+bool writeObjExact(const std::vector<MIREL25D::Triangle2*>& vT, const std::string& path, double dx = 0.0, double dy = 0.0);
 
 } // namespace mireltool

@@ -85,7 +85,7 @@ void Summary::print(std::ostream& out, const std::string& command, bool bJson) c
 	{
 		std::string label(e.key);
 		for(char& c : label) c = (c == '_') ? ' ' : c;
-		out << "  " << std::left << std::setw(20) << label << " " << e.text << "\n";
+		out << "  " << std::left << std::setw(26) << label << " " << e.text << "\n";
 	}
 	out << std::flush;
 }
@@ -305,10 +305,47 @@ TerrainModel::~TerrainModel() = default;
 void TerrainModel::load(const std::string& inputFile)
 {
 	std::vector<Point2> vPoints;
+	readPoints(inputFile, vPoints);
+	loadPoints(vPoints, inputFile);
+}
+
+void TerrainModel::readPoints(const std::string& inputFile, std::vector<Point2>& vPoints)
+{
 	source = readTerrainPoints(inputFile, settings.format, settings.thinning, vPoints);
+}
+
+void TerrainModel::loadPoints(std::vector<Point2>& vPoints, const std::string& inputFile)
+{
 	build(vPoints, inputFile);
 	if(!settings.breaklinesFile.empty()) addBreaklines(settings.breaklinesFile);
 	if(!settings.boundaryFile.empty()) addBoundary(settings.boundaryFile);
+}
+
+void TerrainModel::setOrigin(double x, double y)
+{
+	originX = x;
+	originY = y;
+}
+
+void exactOrigin(const std::vector<std::vector<Point2>*>& vSets, double& x, double& y)
+{
+	double aMin[2] = {std::numeric_limits<double>::max(), std::numeric_limits<double>::max()}, aMax[2] = {0.0, 0.0};
+	bool bPositive(true);
+	for(const std::vector<Point2>* pSet : vSets)
+	{
+		for(const Point2& p : *pSet)
+		{
+			bPositive = bPositive && p.x() > 0.0 && p.y() > 0.0;
+			aMin[0] = std::min(aMin[0], p.x());
+			aMin[1] = std::min(aMin[1], p.y());
+			aMax[0] = std::max(aMax[0], p.x());
+			aMax[1] = std::max(aMax[1], p.y());
+		}
+	}
+	// Sterbenz: a - b is exact for b / 2 <= a <= 2 b.
+	bool bExact(bPositive && aMax[0] <= 2.0 * aMin[0] && aMax[1] <= 2.0 * aMin[1]);
+	x = bExact ? aMin[0] : 0.0;
+	y = bExact ? aMin[1] : 0.0;
 }
 
 void TerrainModel::build(std::vector<Point2>& vPoints, const std::string& what_)
@@ -319,11 +356,13 @@ void TerrainModel::build(std::vector<Point2>& vPoints, const std::string& what_)
 	pDt.reset(new Mirel_2D(static_cast<unsigned>(std::min<size_t>(vPoints.size(), 2000000000u))));
 	pDt->setName(settings.name.c_str());
 	pDt->setNumCPU(settings.numThreads);
+	for(Point2& p : vPoints) p.setCoords(p.x() - originX, p.y() - originY, p.z());
 	{
 		ProgressScope progress(*pDt, "triangulate", settings.bProgress);
 		pDt->insert(vPoints);
 	}
 	std::vector<Point2>().swap(vPoints);
+	numDuplicates = numInputPoints - pDt->numberOfPoints();
 	if(!pDt->hasArea())
 	{
 		throw InputError{what + ": the " + std::to_string(pDt->numberOfPoints()) + " distinct points lie on one line, there is nothing to triangulate"};
@@ -336,8 +375,9 @@ std::vector<Point2> TerrainModel::liftOnto(const std::string& file, const std::v
 	for(const Point2& p : vLine)
 	{
 		double z(0.0);
-		if(!pDt->getHeight(p.x(), p.y(), z)) throw InputError{file + ": " + kind + " corner " + place(p) + " lies outside the terrain of " + what};
-		v.push_back(Point2(p.x(), p.y(), bHasZ ? p.z() : z));
+		Point2 q(p.x() - originX, p.y() - originY, p.z());
+		if(!pDt->getHeight(q.x(), q.y(), z)) throw InputError{file + ": " + kind + " corner " + place(p) + " lies outside the terrain of " + what};
+		v.push_back(Point2(q.x(), q.y(), bHasZ ? p.z() : z));
 	}
 	return v;
 }
@@ -432,7 +472,7 @@ void TerrainModel::summarize(Summary& summary, const std::string& prefix)
 	summary.addText(prefix + "input", what + " (" + source.description + ")");
 	summary.addCount(prefix + "points", numInputPoints);
 	summary.addCount(prefix + "vertices", pDt->numberOfPoints());
-	summary.addCount(prefix + "duplicates", numInputPoints > pDt->numberOfPoints() ? numInputPoints - pDt->numberOfPoints() : 0);
+	summary.addCount(prefix + "duplicates", numDuplicates);
 	summary.addCount(prefix + "triangles", pDt->numberOfTriangles());
 	if(numBreaklines > 0) summary.addCount(prefix + "breaklines", numBreaklines);
 	if(pZone != nullptr)
@@ -459,7 +499,7 @@ void TerrainModel::writeFiles(Summary& summary, const std::string& title, bool b
 	{
 		PendingFile obj(settings.outputFolder, settings.name + ".obj");
 		bool bOk(false);
-		if(pZone != nullptr) bOk = writeObjExact(vT, obj.getTempPath());
+		if(pZone != nullptr) bOk = writeObjExact(vT, obj.getTempPath(), originX, originY);
 		else
 		{
 			vT.clear();

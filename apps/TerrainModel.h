@@ -82,8 +82,14 @@ public:
 	~TerrainModel();
 	// Reads the terrain, then the breaklines and the boundary of the settings.
 	void load(const std::string& inputFile);
+	// The same in two steps: the points, then all the rest.
+	void readPoints(const std::string& inputFile, std::vector<MIREL25D::Point2>& vPoints);
+	void loadPoints(std::vector<MIREL25D::Point2>& vPoints, const std::string& inputFile);
 	// Triangulates the given points (released on return); what names them in messages.
 	void build(std::vector<MIREL25D::Point2>& vPoints, const std::string& what);
+	// Work in plan coordinates relative to (x, y): every input point is moved
+	// by it before it goes in (exactly, see exactOrigin), results are moved back.
+	void setOrigin(double x, double y);
 	void addBreaklines(const std::string& file);
 	void addBoundary(const std::string& file);
 
@@ -109,9 +115,17 @@ private:
 	TerrainSource source;
 	std::string what;
 	size_t numInputPoints = 0;
+	size_t numDuplicates = 0;
+	double originX = 0.0, originY = 0.0;
 	size_t numBreaklines = 0;
 	size_t numRings = 0;
 };
+
+// An origin for the points that subtracting leaves exact (both coordinates
+// within a factor of 2 of it, as survey coordinates are), or (0, 0). Near the
+// origin the doubles are finer, which the construction of new points (the
+// zero lines of cut and fill) needs at survey coordinates.
+void exactOrigin(const std::vector<std::vector<MIREL25D::Point2>*>& vSets, double& x, double& y);
 
 // The shortest decimal text that reads back to the same double.
 std::string exactText(double value);

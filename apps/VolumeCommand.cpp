@@ -83,8 +83,21 @@ void volume(const ParsedOptions& opts, Summary& summary)
 	driverForFile(outPath);
 
 	TerrainModel existing(s), design(s);
-	existing.load(vInputs[0]);
-	design.load(vInputs[1]);
+	std::vector<Point2> vExisting, vDesign;
+	existing.readPoints(vInputs[0], vExisting);
+	design.readPoints(vInputs[1], vDesign);
+	double originX(0.0), originY(0.0);
+	exactOrigin({&vExisting, &vDesign}, originX, originY);
+	existing.setOrigin(originX, originY);
+	design.setOrigin(originX, originY);
+	existing.loadPoints(vExisting, vInputs[0]);
+	design.loadPoints(vDesign, vInputs[1]);
+	Bbox2 boxBefore(existing.dt().computeBoundingBox()), boxAfter(design.dt().computeBoundingBox());
+	if(boxBefore.get_maxX() < boxAfter.get_minX() || boxAfter.get_maxX() < boxBefore.get_minX() || boxBefore.get_maxY() < boxAfter.get_minY() ||
+		boxAfter.get_maxY() < boxBefore.get_minY())
+	{
+		throw InputError{vInputs[0] + " and " + vInputs[1] + ": the surfaces do not overlap"};
+	}
 	existing.summarize(summary, "existing_");
 	design.summarize(summary, "design_");
 	Zone2* pBefore(existing.getZone() != nullptr ? existing.getZone() : existing.dt().createZone(nullptr, ZL_GLOBAL, false));
@@ -94,7 +107,7 @@ void volume(const ParsedOptions& opts, Summary& summary)
 	if(s.bProgress) caf.subscribe(MSG_PROGRESS, &bar);
 	bool bOk(caf.go());
 	if(s.bProgress) caf.unsubscribe(MSG_PROGRESS, &bar);
-	if(!bOk) throw InputError{vInputs[0] + " and " + vInputs[1] + ": the surfaces do not overlap"};
+	if(!bOk) throw InputError{vInputs[0] + " and " + vInputs[1] + ": no cut and fill result (the message above says why)"};
 
 	VectorLayerOutput layer(outPath, s.name + "_volume", GeometryKind::POLYGON, existing.getCrs(),
 		{{"type", FieldType::STRING}, {"area", FieldType::REAL}, {"volume", FieldType::REAL}});
@@ -114,7 +127,9 @@ void volume(const ParsedOptions& opts, Summary& summary)
 		PolygonRings polygon;
 		for(std::vector<Point2>& vRing : borderRings(vT))
 		{
-			if(isCounterclockwiseRing(vRing)) polygon.vOuter.swap(vRing);
+			bool bOuter(isCounterclockwiseRing(vRing));
+			for(Point2& p : vRing) p.setCoords(p.x() + originX, p.y() + originY, p.z());
+			if(bOuter) polygon.vOuter.swap(vRing);
 			else polygon.vHoles.push_back(vRing);
 		}
 		layer.addPolygon(polygon, {FieldValue::ofText(aTypeNames[type]), FieldValue::ofReal(area), FieldValue::ofReal(pComponent->getVolume())});
@@ -149,7 +164,7 @@ void volume(const ParsedOptions& opts, Summary& summary)
 		std::vector<Triangle2*> vT;
 		if(caf.getDiffZone(pDiff, mBeforeAfter)) pDiff->getTriangles(vT);
 		PendingFile obj(s.outputFolder, s.name + ".obj");
-		if(!writeObjExact(vT, obj.getTempPath())) throw OutputError{obj.getFinalPath() + ": can't be written"};
+		if(!writeObjExact(vT, obj.getTempPath(), originX, originY)) throw OutputError{obj.getFinalPath() + ": can't be written"};
 		obj.commit();
 		summary.addText("mesh", obj.getFinalPath());
 	}
