@@ -296,6 +296,7 @@ void writeKnownValues(const Site& site, const KnownVolumes& known, const std::st
 
 int generate(const std::string& folder, int numCells, unsigned seed, bool bJson)
 {
+	if(!haveGdal()) throw InputError{"generate writes GeoTIFF and GeoPackage files, and this mirel was built without GDAL"};
 	prepareOutputFolder(folder);
 	const Site site(numCells);
 	const std::string crs(crsFromEpsg(EPSG_ETRS89_UTM32N));

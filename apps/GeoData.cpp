@@ -132,8 +132,26 @@ DatasetPtr openDataset(const std::string& filename, unsigned kindFlags)
 {
 	registerGdalOnce();
 	checkExists(filename);
+	// A CSV file of surveyed points names its columns rather than holding
+	// geometries: the usual names of the coordinate columns make it a point layer.
+	CPLStringList openOptions;
+	if(lowerExtension(filename) == ".csv")
+	{
+		openOptions.SetNameValue("X_POSSIBLE_NAMES", "x,easting,east,e,lon,longitude");
+		openOptions.SetNameValue("Y_POSSIBLE_NAMES", "y,northing,north,n,lat,latitude");
+		openOptions.SetNameValue("Z_POSSIBLE_NAMES", "z,height,elevation,h,alt,altitude");
+	}
 	CPLErrorReset();
-	return DatasetPtr(GDALDataset::Open(filename.c_str(), kindFlags | GDAL_OF_READONLY));
+	return DatasetPtr(GDALDataset::Open(filename.c_str(), kindFlags | GDAL_OF_READONLY, nullptr, openOptions.List()));
+}
+
+// A file GDAL recognised but could not open has its own reason; one that no
+// driver claimed is of an unknown format.
+[[noreturn]] void failOpen(const std::string& filename, const std::string& unknownFormat)
+{
+	std::string reason(lastGdalError());
+	if(!reason.empty() && CPLGetLastErrorType() >= CE_Failure) failInput(filename, "can't be read (" + reason + ")");
+	failInput(filename, unknownFormat);
 }
 
 std::string crsOf(const OGRSpatialReference* pSrs)
@@ -164,6 +182,10 @@ TerrainSource readRaster(const std::string& filename, GDALDataset& ds, int thinn
 	const int numCols(ds.GetRasterXSize()), numRows(ds.GetRasterYSize());
 	double aTransform[6] = {0.0, 1.0, 0.0, 0.0, 0.0, 1.0};
 	bool bGeoreferenced(ds.GetGeoTransform(aTransform) == CE_None);
+	// Heights stored as scaled integers (or with an offset) become metres.
+	int bHasScale(FALSE), bHasOffset(FALSE);
+	const double scale(pBand->GetScale(&bHasScale)), offset(pBand->GetOffset(&bHasOffset));
+	const bool bScaled((bHasScale && scale != 1.0) || (bHasOffset && offset != 0.0));
 	GDALRasterBand* pMask(pBand->GetMaskBand());
 	const bool bAllValid((pBand->GetMaskFlags() & GMF_ALL_VALID) != 0);
 
@@ -180,7 +202,7 @@ TerrainSource readRaster(const std::string& filename, GDALDataset& ds, int thinn
 		}
 		for(int col = 0; col < numCols; col += thinning)
 		{
-			const double z(vRow[size_t(col)]);
+			const double z(bScaled ? vRow[size_t(col)] * scale + offset : vRow[size_t(col)]);
 			if(vMaskRow[size_t(col)] == 0 || !std::isfinite(z))
 			{
 				++numInvalid;
@@ -335,7 +357,8 @@ TerrainSource readTerrainPoints(const std::string& filename, PointFormat format,
 		source.description = readPointFile(filename, format, vPoints);
 		return source;
 	}
-	DatasetPtr pDs(openDataset(filename, GDAL_OF_RASTER | GDAL_OF_VECTOR));
+	// GDAL would read a CSV file of points as a gridded raster (XYZ) first.
+	DatasetPtr pDs(openDataset(filename, lowerExtension(filename) == ".csv" ? GDAL_OF_VECTOR : GDAL_OF_RASTER | GDAL_OF_VECTOR));
 	if(!pDs)
 	{
 		// A point file with an unusual extension still reads; anything else
@@ -350,7 +373,7 @@ TerrainSource readTerrainPoints(const std::string& filename, PointFormat format,
 		}
 		catch(const InputError&)
 		{
-			failInput(filename, "unknown format (neither a point file nor a raster or vector file GDAL reads)");
+			failOpen(filename, "unknown format (neither a point file nor a raster or vector file GDAL reads)");
 		}
 	}
 	if(pDs->GetRasterCount() > 0) return readRaster(filename, *pDs, thinning, vPoints);
@@ -366,7 +389,7 @@ TerrainSource readTerrainPoints(const std::string& filename, PointFormat format,
 VectorData readVectorFile(const std::string& filename)
 {
 	DatasetPtr pDs(openDataset(filename, GDAL_OF_VECTOR));
-	if(!pDs) failInput(filename, "unknown format (not a vector file GDAL reads)");
+	if(!pDs) failOpen(filename, "unknown format (not a vector file GDAL reads)");
 	return readVectorLayers(filename, *pDs);
 }
 
