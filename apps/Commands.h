@@ -22,6 +22,14 @@ struct Command
 
 int runTriangulate(const std::vector<std::string>& vArgs);
 std::string helpTriangulate();
+int runMesh(const std::vector<std::string>& vArgs); std::string helpMesh();
+int runContours(const std::vector<std::string>& vArgs); std::string helpContours();
+int runHeight(const std::vector<std::string>& vArgs); std::string helpHeight();
+int runDrape(const std::vector<std::string>& vArgs); std::string helpDrape();
+int runVolume(const std::vector<std::string>& vArgs); std::string helpVolume();
+int runScene(const std::vector<std::string>& vArgs); std::string helpScene();
+int runInfo(const std::vector<std::string>& vArgs); std::string helpInfo();
+int runGenerate(const std::vector<std::string>& vArgs); std::string helpGenerate(); // the walkthrough's synthetic site
 
 // "mirel: error: <message>" on standard error.
 void printError(const std::string& message);

@@ -10,6 +10,7 @@
 #include <filesystem>
 #include <fstream>
 #include <limits>
+#include <unordered_map>
 #include <vector>
 
 namespace mireltool {
@@ -80,10 +81,8 @@ bool endsWith(const std::string& path, const std::string& suffix)
 }
 } // namespace
 
-bool writeTerrainDrawing(Mirel_2D& dt, const std::string& path, const std::string& title)
+bool writeTerrainDrawing(Mirel_2D& dt, const std::vector<Triangle2*>& vT, const std::string& path, const std::string& title)
 {
-	std::vector<Triangle2*> vT;
-	dt.getTrianglePointers(vT);
 	double zMin(std::numeric_limits<double>::max()), zMax(-std::numeric_limits<double>::max());
 	for(const Triangle2* pT : vT)
 	{
@@ -118,7 +117,11 @@ bool writeTerrainDrawing(Mirel_2D& dt, const std::string& path, const std::strin
 	return endsWith(path, "%%Trailer\n");
 }
 
-bool writeObjExact(const MirelExport& mesh, const std::string& path)
+namespace {
+// Vertices as "v x y z" and faces as "f a b c" (1-based) in the shortest
+// round-trip text, written in large blocks.
+template<class GetVertex, class GetFace>
+bool writeObjText(const std::string& path, int64_t numVertices, GetVertex getVertex, int64_t numFaces, GetFace getFace)
 {
 	std::FILE* pFile(std::fopen(path.c_str(), "wb"));
 	if(pFile == nullptr) return false;
@@ -131,42 +134,77 @@ bool writeObjExact(const MirelExport& mesh, const std::string& path)
 		buffer.clear();
 	};
 	char aNum[64];
-	auto appendDouble = [&](double v) {
-		std::to_chars_result res(std::to_chars(aNum, aNum + sizeof(aNum), v));
-		buffer.push_back(' ');
-		buffer.append(aNum, res.ptr);
-	};
-	auto appendInt = [&](long long v) {
+	auto append = [&](auto v) {
 		std::to_chars_result res(std::to_chars(aNum, aNum + sizeof(aNum), v));
 		buffer.push_back(' ');
 		buffer.append(aNum, res.ptr);
 	};
 	buffer += "# Written by Mirel2D\n";
-	for(int32_t i = 0; i < mesh.numPoints && bOk; ++i)
+	for(int64_t i = 0; i < numVertices && bOk; ++i)
 	{
 		double x, y, z;
-		mesh.getCoordinates(i, x, y, z);
+		getVertex(i, x, y, z);
 		buffer += 'v';
-		appendDouble(x);
-		appendDouble(y);
-		appendDouble(z);
+		append(x);
+		append(y);
+		append(z);
 		buffer += '\n';
 		if(buffer.size() >= flushSize) flush();
 	}
-	for(int32_t i = 0; i < mesh.numTriangles && bOk; ++i)
+	for(int64_t i = 0; i < numFaces && bOk; ++i)
 	{
-		int a, b, c;
-		mesh.getCornerIndices(i, a, b, c);
+		long long a, b, c;
+		getFace(i, a, b, c);
 		buffer += 'f';
-		appendInt(a + 1LL);
-		appendInt(b + 1LL);
-		appendInt(c + 1LL);
+		append(a + 1LL);
+		append(b + 1LL);
+		append(c + 1LL);
 		buffer += '\n';
 		if(buffer.size() >= flushSize) flush();
 	}
 	flush();
 	if(std::fclose(pFile) != 0) bOk = false;
 	return bOk;
+}
+} // namespace
+
+bool writeObjExact(const MirelExport& mesh, const std::string& path)
+{
+	return writeObjText(
+		path, mesh.numPoints, [&](int64_t i, double& x, double& y, double& z) { mesh.getCoordinates(int32_t(i), x, y, z); }, mesh.numTriangles,
+		[&](int64_t i, long long& a, long long& b, long long& c) {
+			int ia, ib, ic;
+			mesh.getCornerIndices(int32_t(i), ia, ib, ic);
+			a = ia;
+			b = ib;
+			c = ic;
+		});
+}
+
+bool writeObjExact(const std::vector<Triangle2*>& vT, const std::string& path, double dx, double dy)
+{
+	std::unordered_map<const Point2*, long long> mIndex;
+	std::vector<const Point2*> vVertices;
+	for(const Triangle2* pT : vT)
+	{
+		for(int i = 0; i < 3; ++i)
+		{
+			if(mIndex.emplace(pT->getCorner(i), (long long)vVertices.size()).second) vVertices.push_back(pT->getCorner(i));
+		}
+	}
+	return writeObjText(
+		path, int64_t(vVertices.size()),
+		[&](int64_t i, double& x, double& y, double& z) {
+			x = vVertices[size_t(i)]->x() + dx;
+			y = vVertices[size_t(i)]->y() + dy;
+			z = vVertices[size_t(i)]->z();
+		},
+		int64_t(vT.size()),
+		[&](int64_t i, long long& a, long long& b, long long& c) {
+			a = mIndex[vT[size_t(i)]->getCorner(0)];
+			b = mIndex[vT[size_t(i)]->getCorner(1)];
+			c = mIndex[vT[size_t(i)]->getCorner(2)];
+		});
 }
 
 } // namespace mireltool

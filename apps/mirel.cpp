@@ -20,6 +20,14 @@ using namespace mireltool;
 namespace {
 const Command aCommands[] = {
 	{"triangulate", "triangulate points (a file, or the built-in terrain) and write a drawing and a mesh", runTriangulate, helpTriangulate},
+	{"mesh", "quality mesh of the area inside a boundary, with holes and breaklines", runMesh, helpMesh},
+	{"contours", "contour lines at an interval or at listed heights", runContours, helpContours},
+	{"height", "terrain heights at query points", runHeight, helpHeight},
+	{"drape", "2D lines laid onto the terrain as 3D lines", runDrape, helpDrape},
+	{"volume", "cut and fill volumes between two surfaces", runVolume, helpVolume},
+	{"scene", "the terrain as a 3D scene for a web browser", runScene, helpScene},
+	{"info", "extent, points, heights, duplicates and triangle angles of a terrain", runInfo, helpInfo},
+	{"generate", "write the walkthrough's synthetic site: DEM and design surface (GeoTIFF), boundary, breaklines, points, roads", runGenerate, helpGenerate},
 };
 const char* DEFAULT_COMMAND("triangulate");
 

@@ -14,6 +14,7 @@ packages=(
 	libjs-three                 # three.js, stored in the library for the browser scene
 	chromium                    # opens the browser scene in tests (headless, software WebGL)
 	libpng-dev                  # reads the browser test's screenshot
+	libgdal-dev gdal-bin        # GIS formats of the mirel tool (rasters, vector layers) and the walkthrough's checks
 	clang libfuzzer-14-dev libclang-rt-14-dev  # fuzz harnesses (scripts/fuzz.sh): libFuzzer and the sanitizer runtimes
 )
 

@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # The whole check of Mirel 2.5D on a fresh Debian machine:
 #   1. set-up (installs what is missing)
-#   2. Release build with warnings as errors, benchmarks compiled (not run), full test suite
+#   2. Release build with warnings as errors, benchmarks compiled (not run), full test suite,
+#      and the mirel tool's end-to-end walkthrough (scripts/walkthrough.sh)
 #   3. AddressSanitizer + UndefinedBehaviorSanitizer build, full test suite
 #   4. ThreadSanitizer build, the threaded suites (*Threads*, *Parallel*)
 #   5. libFuzzer harnesses built with clang, ASan and UBSan, each run briefly
@@ -42,6 +43,12 @@ cmake -S . -B build -DCMAKE_BUILD_TYPE=Release -DMIREL25D_WERROR=ON \
 cmake --build build -j"$jobs"
 ctestArgs=()
 runTests build
+stageDone
+
+# The README's walkthrough of the mirel tool on its synthetic site, with its
+# outputs checked (GIS formats, known volumes and heights, bad input).
+stage "end-to-end walkthrough of the mirel tool"
+bash scripts/walkthrough.sh build/apps/mirel build/walkthrough
 stageDone
 
 # Sanitizer builds: -O1 -g keeps them quick to build and still readable in reports.
