@@ -448,7 +448,10 @@ public:
 	// Splits edge ith of pT, and the triangle across it, at a new vertex at p
 	// (its z included). Where p, rounded off the edge, would make a triangle
 	// clockwise or the hull reflex, the nearest of a few doubles around p that
-	// keeps every triangle counterclockwise and the hull convex is taken. An
+	// keeps every triangle counterclockwise and the hull convex is taken; where
+	// none of those is valid (p within a few units in the last place of a
+	// corner with a narrow angle), a point moved from p toward the edge's
+	// middle by the least power-of-two fraction that makes room. An
 	// alive constraint piece on the edge is split at the new vertex. No flip
 	// follows, so the result need not be Delaunay. Null, changing nothing, when
 	// no such place exists. With a = corner ith, b, c the edge and d the corner
@@ -458,6 +461,9 @@ public:
 
 private:
 	bool isValidEdgeSplit(Triangle2* pT, int ith, const Point2& p);
+	// The place of splitEdgeAt: place holds p on entry, the result on success.
+	bool findEdgeSplitPlace(Triangle2* pT, int ith, Point2& place);
+	bool searchUlpRings(Triangle2* pT, int ith, const Point2& centre, int numRings, Point2& place);
 	// The hull neighbour of the hull vertex pT->getCorner(idx) that is not
 	// across the hull edge of pT; bForward picks the edge after the corner.
 	Point2* getOtherHullNeighbour(Triangle2* pT, int idx, bool bForward) const;

@@ -58,6 +58,51 @@ bool Dt2::isValidEdgeSplit(Triangle2* pT, int ith, const Point2& p)
 	return geomTest.getOrientation2(pBeforeB, b, &p) != ORIENTATION2_CW && geomTest.getOrientation2(&p, c, pAfterC) != ORIENTATION2_CW;
 }
 
+bool Dt2::findEdgeSplitPlace(Triangle2* pT, int ith, Point2& place)
+{
+	// p itself, else the nearest valid double within a few units in the last
+	// place, nearer rings first.
+	const Point2 p(place);
+	if(isValidEdgeSplit(pT, ith, place)) return true;
+	if(searchUlpRings(pT, ith, p, 4, place)) return true;
+	// Near a corner where the triangle's wedge is narrow, and where the two
+	// coordinates' units in the last place differ by orders of magnitude (x
+	// near 5e5, y near 5e6), no double within a few units lies strictly
+	// inside: move along the edge toward its middle, doubling the distance,
+	// until the wedge is wide enough to hold one.
+	const Point2* b(pT->getCorner(nextIndex(ith)));
+	const Point2* c(pT->getCorner(prevIndex(ith)));
+	const double mx(0.5 * (b->x() + c->x())), my(0.5 * (b->y() + c->y()));
+	for(int halvings = 52; halvings >= 1; --halvings)
+	{
+		const double f(std::ldexp(1.0, -halvings));
+		Point2 moved(p.x() + f * (mx - p.x()), p.y() + f * (my - p.y()), p.z());
+		if(moved.x() == p.x() && moved.y() == p.y()) continue;
+		place = moved;
+		if(isValidEdgeSplit(pT, ith, place)) return true;
+		if(searchUlpRings(pT, ith, moved, 1, place)) return true;
+	}
+	place = p;
+	return false;
+}
+
+bool Dt2::searchUlpRings(Triangle2* pT, int ith, const Point2& centre, int numRings, Point2& place)
+{
+	for(int ring = 1; ring <= numRings; ++ring)
+	{
+		for(int dx = -ring; dx <= ring; ++dx)
+		{
+			for(int dy = -ring; dy <= ring; ++dy)
+			{
+				if(std::abs(dx) != ring && std::abs(dy) != ring) continue;
+				place.setCoords(moveUlps(centre.x(), dx), moveUlps(centre.y(), dy), centre.z());
+				if(isValidEdgeSplit(pT, ith, place)) return true;
+			}
+		}
+	}
+	return false;
+}
+
 Point2* Dt2::splitEdgeAt(Triangle2* pT, int ith, const Point2& p)
 {
 	MIREL_ASSERT(pT!=0 && pT->isAlive());
@@ -68,23 +113,8 @@ Point2* Dt2::splitEdgeAt(Triangle2* pT, int ith, const Point2& p)
 		return nullptr;
 	}
 	if(p.getMaxAbs() > geomTest.getMaxCoord()) geomTest.setStaticBound_MT(p.getMaxAbs());
-	// The place: p, else the nearest valid double within a few units in the
-	// last place, nearer rings first.
 	Point2 place(p);
-	bool bFound(isValidEdgeSplit(pT, ith, place));
-	for(int ring = 1; ring <= 4 && !bFound; ++ring)
-	{
-		for(int dx = -ring; dx <= ring && !bFound; ++dx)
-		{
-			for(int dy = -ring; dy <= ring && !bFound; ++dy)
-			{
-				if(std::abs(dx) != ring && std::abs(dy) != ring) continue;
-				place.setCoords(moveUlps(p.x(), dx), moveUlps(p.y(), dy), p.z());
-				bFound = isValidEdgeSplit(pT, ith, place);
-			}
-		}
-	}
-	if(!bFound) return nullptr;
+	if(!findEdgeSplitPlace(pT, ith, place)) return nullptr;
 
 	if(bbx.add(place))
 	{

@@ -495,4 +495,39 @@ TEST(CutAndFill, ComponentsWriteThemselvesAsGeomviewFiles)
 	expectGolden("cut_and_fill_geomview_bad_input.txt", out);
 }
 
+// Zero lines that pass within a few units in the last place of a corner, at
+// survey coordinates where the x and y units differ sixteenfold: the split
+// needs a place strictly inside the narrow wedge, found by moving toward the
+// edge's middle; the mesh stays valid.
+TEST(CutAndFill, EdgeSplitsNearNarrowCornersAtSurveyCoordinates)
+{
+	std::mt19937 rng(5);
+	std::uniform_real_distribution<double> unit(0.0, 1.0);
+	for(int k = 0; k < 200; ++k)
+	{
+		double ox(5e5 + 1000 * unit(rng)), oy(5e6 + 1000 * unit(rng)), angle(6.283 * unit(rng)), len(1 + 4 * unit(rng)), wedge(0.02 + 0.5 * unit(rng));
+		Dt2 dt(4);
+		dt.insertVector({Point2(ox, oy, 0), Point2(ox + len * std::cos(angle), oy + len * std::sin(angle), 0),
+			Point2(ox + len * std::cos(angle + wedge), oy + len * std::sin(angle + wedge), 0),
+			Point2(ox + len * std::cos(angle - wedge), oy + len * std::sin(angle - wedge), 0)});
+		std::vector<Triangle2*> vT;
+		dt.getTrianglePointers(vT);
+		int numSplits(0);
+		for(Triangle2* pT : vT)
+		{
+			for(int i = 0; i < 3 && numSplits == 0; ++i)
+			{
+				const Point2 *b(pT->getCorner(nextIndex(i))), *c(pT->getCorner(prevIndex(i)));
+				if(b->x() != ox || b->y() != oy) continue;
+				double t(std::pow(10.0, -8.0 - 8.0 * unit(rng)));
+				ASSERT_NE(dt.splitEdgeAt(pT, i, Point2(b->x() + t * (c->x() - b->x()), b->y() + t * (c->y() - b->y()), 0)), nullptr) << k;
+				++numSplits;
+			}
+			if(numSplits != 0) break;
+		}
+		ASSERT_EQ(numSplits, 1);
+		validateMesh(dt, EmptyCircles::ignored);
+	}
+}
+
 } // namespace
