@@ -354,6 +354,8 @@ public:
 	InnerVtxMgr* getInnerVtxMgr();
 
 private:
+	// Grid pre-meshing places its points with the refinement's own split and height rules.
+	friend class GridMesher;
 	enum EncroachResult
 	{
 		ENCROACH_NONE,
@@ -372,7 +374,7 @@ private:
 	bool isSplittable(Triangle2* pT, int i, MeshGenParams* pParams);
 	bool splitForRefinement(RefCand3* pRC, Triangle2* pT, int i, MeshGenParams* pParams);
 	bool splitConstraintEdge(Triangle2* pT, int i, MeshGenParams* pParams);
-	bool findCollinearSplitPoint(const Point2& p1, const Point2& p2, Point2& splitPoint);
+	bool findCollinearSplitPoint(const Point2& p1, const Point2& p2, const Point2& target, Point2& splitPoint);
 	bool isInsideEdgeNeighbourhood(Triangle2* pT, int i, const Point2& q);
 	bool insertVertexForRefinement(Point2* pNewVtx, Triangle2* pContainingTriangle);
 	void destroyMeshingMachinery();

@@ -4,6 +4,7 @@
 #include "ConstraintGraph2.h"
 #include "ConstraintSegment2.h"
 #include "Dt2.h"
+#include "GridMesher.h"
 #include "InnerVtxMgr.h"
 #include "MeshGenParams.h"
 #include "Mirel_2D.h"
@@ -69,10 +70,15 @@ void Dt2::refineMain3(MeshGenParams* pParams)
 	if(!refineMain2(pParams)) return;
 	Zone2* pZone(pParams->pZone);
 
-	MIREL_ASSERT(pmmAng2RC==0);
-	pmmAng2RC = new RefCandQueue();
 	pRefineWork = new RefineWork(pParams, pZone->getConstraintGraph());
 	pRefineWork->maxInserted = computeInsertionLimit(pParams);
+	if(pParams->gridLength > 0.0 && (pParams->gridVector.x() != 0.0 || pParams->gridVector.y() != 0.0))
+	{
+		GridMesher gridMesher(this, pParams);
+		pRefineWork->numInserted += gridMesher.run(pRefineWork->maxInserted);
+	}
+	MIREL_ASSERT(pmmAng2RC==0);
+	pmmAng2RC = new RefCandQueue();
 
 	bool bLimitReached(false);
 	for(int numPasses = 0;;)
@@ -248,7 +254,9 @@ bool Dt2::tryRefine(RefCand3* pRC, MeshGenParams* pParams)
 	}
 	Point2* pNewVtx(newVertex());
 	pNewVtx->set(cc.x(), cc.y(), height, -1);
-	return insertVertexForRefinement(pNewVtx, pRC->getReachedTriangle());
+	if(!insertVertexForRefinement(pNewVtx, pRC->getReachedTriangle())) return false;
+	getInnerVtxMgr()->addFreeVertex(pNewVtx);
+	return true;
 }
 
 bool Dt2::getRefinementHeight(double x, double y, Triangle2* pContainingT, MeshGenParams* pParams, double& height)
@@ -338,7 +346,8 @@ bool Dt2::splitConstraintEdge(Triangle2* pT, int i, MeshGenParams* /*pParams*/)
 		}
 		return false;
 	}
-	if(!findCollinearSplitPoint(*p1, *p2, splitPoint) && !isInsideEdgeNeighbourhood(pT, i, splitPoint))
+	const Point2 midpoint(splitPoint);
+	if(!findCollinearSplitPoint(*p1, *p2, midpoint, splitPoint) && !isInsideEdgeNeighbourhood(pT, i, splitPoint))
 	{
 		sendWarning("Dt2::tryRefine()", "no appropriate splitPoint in double precision arithmetic for a triangle");
 		return false;
@@ -379,30 +388,30 @@ double spacingAt(double v)
 }
 } // namespace
 
-// The rounded midpoint is often exactly on the edge. Otherwise its ulp
-// neighbourhood is tried, then the doubles exactly on the line: on a grid of
-// spacing (ux, uy) the segment holds gcd(DX, DY) - 1 such points between its
-// ends, DX and DY being its extent in grid steps.
-bool Dt2::findCollinearSplitPoint(const Point2& p1, const Point2& p2, Point2& splitPoint)
+// A double point on the piece p1-p2, exactly collinear, close to target
+// (which lies on or next to the piece). Often target itself is one;
+// otherwise its ulp neighbourhood is tried, then the doubles exactly on the
+// line: on a grid of spacing (ux, uy) the segment holds gcd(DX, DY) - 1 such
+// points between its ends, DX and DY being its extent in grid steps.
+bool Dt2::findCollinearSplitPoint(const Point2& p1, const Point2& p2, const Point2& target, Point2& splitPoint)
 {
 	const int aSteps[] = {0, -1, 1};
 	double minX(std::min(p1.x(), p2.x())), maxX(std::max(p1.x(), p2.x()));
 	double minY(std::min(p1.y(), p2.y())), maxY(std::max(p1.y(), p2.y()));
-	double midX(0.5 * (p1.x() + p2.x())), midY(0.5 * (p1.y() + p2.y())), midZ(0.5 * (p1.z() + p2.z()));
 	auto isOnPiece = [&](double x, double y) {
 		if(x < minX || x > maxX || y < minY || y > maxY) return false;
-		Point2 q(x, y, midZ);
+		Point2 q(x, y, target.z());
 		if(q == p1 || q == p2) return false;
 		return geomTest.getOrientation2(&p1, &p2, &q) == ORIENTATION2_COLLINEAR;
 	};
 	for(int sx : aSteps)
 	{
-		double x(sx == 0 ? midX : std::nextafter(midX, sx < 0 ? -HUGE_VAL : HUGE_VAL));
+		double x(sx == 0 ? target.x() : std::nextafter(target.x(), sx < 0 ? -HUGE_VAL : HUGE_VAL));
 		for(int sy : aSteps)
 		{
-			double y(sy == 0 ? midY : std::nextafter(midY, sy < 0 ? -HUGE_VAL : HUGE_VAL));
+			double y(sy == 0 ? target.y() : std::nextafter(target.y(), sy < 0 ? -HUGE_VAL : HUGE_VAL));
 			if(!isOnPiece(x, y)) continue;
-			splitPoint = Point2(x, y, midZ);
+			splitPoint = Point2(x, y, target.z());
 			return true;
 		}
 	}
@@ -417,17 +426,20 @@ bool Dt2::findCollinearSplitPoint(const Point2& p1, const Point2& p2, Point2& sp
 	long long g(gcdOf(dX, dY));
 	if(g < 2) return false;
 	long long stepX(dX / g), stepY(dY / g);
-	// The lattice points nearest to the middle first.
-	for(long long d = 0; d < 8 && d <= g / 2; ++d)
+	double sqLen(sqDistance2D(p1, p2));
+	double ratio(std::sqrt(sqDistance2D(p1, target) / sqLen));
+	long long kCentre(std::max(0LL, std::min(g, std::llround(ratio * double(g)))));
+	// The lattice points nearest to the target first.
+	for(long long d = 0; d < 8; ++d)
 	{
 		for(int sign = 0; sign < 2; ++sign)
 		{
-			long long k(g / 2 + (sign == 0 ? d : -d - 1));
+			long long k(kCentre + (sign == 0 ? d : -d - 1));
 			if(k <= 0 || k >= g) continue;
 			double x((ix1 + double(k * stepX)) * ux);
 			double y((iy1 + double(k * stepY)) * uy);
 			if(!isOnPiece(x, y)) continue;
-			double t(sqDistance2D(p1, Point2(x, y, 0.0)) / sqDistance2D(p1, p2));
+			double t(sqDistance2D(p1, Point2(x, y, 0.0)) / sqLen);
 			splitPoint = Point2(x, y, p1.z() + std::sqrt(t) * (p2.z() - p1.z()));
 			return true;
 		}

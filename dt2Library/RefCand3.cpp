@@ -243,42 +243,30 @@ RefCand3::Reason RefCand3::findReason(MeshGenParams* pParams)
 
 void RefCand3::reportReason(Reason reason)
 {
+	std::ostringstream rawText;
+	const char* suffix(nullptr);
 	switch(reason)
 	{
 		case REASON_EDGE:
-			{
-			std::ostringstream rawText;
-			rawText << "RefC: sidelength is " << std::sqrt(aSqLen25D[2]) << "\n";
-			sendRawText(rawText.str());
-		}
-			showSituation("_sidelen.ps");
+			rawText << "RefC: sidelength is " << std::sqrt(aSqLen25D[2]);
+			suffix = "_sidelen.ps";
 			break;
 		case REASON_AREA:
-			{
-			std::ostringstream rawText;
-			rawText << "RefC: area" << "\n";
-			sendRawText(rawText.str());
-		}
-			showSituation("_area.ps");
+			rawText << "RefC: area";
+			suffix = "_area.ps";
 			break;
 		case REASON_GROWTH:
-			{
-			std::ostringstream rawText;
-			rawText << "RefC: growth" << "\n";
-			sendRawText(rawText.str());
-		}
-			showSituation("_growth.ps");
+			rawText << "RefC: growth";
+			suffix = "_growth.ps";
 			break;
 		case REASON_ANGLE:
-			{
-			std::ostringstream rawText;
-			rawText << "RefC: minAngle, current=" << minAngleKey << "\n";
-			sendRawText(rawText.str());
-		}
-			showSituation("_quality25.ps");
+			rawText << "RefC: minAngle, current=" << minAngleKey;
+			suffix = "_quality25.ps";
 			break;
-		default: break;
+		default: return;
 	}
+	sendRawText(rawText.str() + "\n");
+	showSituation(suffix);
 }
 
 void RefCand3::showSituation(const char* suffix) const

@@ -284,6 +284,13 @@ void expectPiecesCoverParents(ConstraintGraph2* pGraph, bool bExact)
 	}
 }
 
+void expectAreaKept(Zone2* pZone, const mpq_class& areaBefore, bool bExact, double offset)
+{
+	if(bExact) EXPECT_TRUE(exactZoneArea(pZone) == areaBefore);
+	// Bent pieces move the border by less than an ulp of the coordinates.
+	else EXPECT_NEAR(mpq_class(exactZoneArea(pZone) / areaBefore).get_d(), 1.0, offset != 0.0 ? 1e-9 : 1e-12);
+}
+
 struct MeshQuality
 {
 	double minAngleNonExempt = 180.0;
@@ -358,9 +365,7 @@ TEST(Mesh, RandomPolygonsWithHolesMeetBounds)
 		for(Point2* p : vVtx) vPlaces.push_back(*p);
 		validate(s.dt, vPlaces, false);
 		expectConstrainedDelaunay(s.dt);
-		if(c.bGrid) EXPECT_TRUE(exactZoneArea(s.pZone) == areaBefore);
-		// Bent pieces move the border by less than an ulp of the coordinates.
-		else EXPECT_NEAR(mpq_class(exactZoneArea(s.pZone) / areaBefore).get_d(), 1.0, c.offset != 0.0 ? 1e-9 : 1e-12);
+		expectAreaKept(s.pZone, areaBefore, c.bGrid, c.offset);
 		expectPiecesCoverParents(s.pGraph, c.bGrid);
 		for(Point2* p : vVtx)
 		{
@@ -373,6 +378,109 @@ TEST(Mesh, RandomPolygonsWithHolesMeetBounds)
 		EXPECT_LT(q.numExempt * 20, q.numTriangles);
 		numExemptTotal += q.numExempt;
 		std::cout << "seed " << c.seed << ": " << q.numTriangles << " zone triangles, min angle " << q.minAngleNonExempt << ", exempt " << q.numExempt << std::endl;
+	}
+}
+
+std::set<Point2*> vertexSet(Mirel_2D& dt)
+{
+	std::vector<Point2*> vVtx;
+	dt.getVertexPointers(vVtx);
+	return std::set<Point2*>(vVtx.begin(), vVtx.end());
+}
+
+// Grid pre-meshing alone (no bound asks for more): the pieces of every chopped
+// parent keep 0.7 grid lengths (2.5D), the grid points keep half a grid length
+// from every constraint, the zone keeps its area; then refinement meets its
+// bounds from there.
+TEST(Mesh, GridPreMeshingChopsAndPlacesPointsWithRoom)
+{
+	const Vector2 aDirections[] = {Vector2(1, 0, 0), Vector2(1, 1, 0), Vector2(0.3, -1, 0), Vector2(-2e-200, 7e-201, 0)};
+	for(unsigned seed = 61; seed < 69; ++seed)
+	{
+		SCOPED_TRACE("seed " + std::to_string(seed));
+		const double gridLength(0.4 + 0.3 * (seed % 4));
+		MeshSetup s(randomScene(seed, 2 + int(seed % 6), 4.0, seed % 3 == 0 ? 1e6 : 0.0, seed % 2 == 0));
+		mpq_class areaBefore(exactZoneArea(s.pZone));
+		std::set<Point2*> sBefore(vertexSet(s.dt));
+		MeshGenParams params(s.pZone);
+		params.gridVector = aDirections[seed % 4];
+		params.gridLength = gridLength;
+		params.minAngleDegree = 0.0;
+		EXPECT_EQ(captureStdout([&]() { s.dt.refineAdvanced(&params); }), "");
+		validateMesh(*s.dt.getImpl(), EmptyCircles::exceptConstraints);
+		expectConstrainedDelaunay(s.dt);
+		expectPiecesCoverParents(s.pGraph, seed % 2 == 0);
+		expectAreaKept(s.pZone, areaBefore, seed % 2 == 0, s.scene.offset);
+		std::vector<ConstraintSegment2*> vParents, vAlive, vPieces;
+		s.pGraph->getOriginalConstraintSegments(vParents);
+		size_t numChopped(0), numGridPoints(0);
+		for(ConstraintSegment2* pParent : vParents)
+		{
+			if(pParent->isAlive()) continue;
+			++numChopped;
+			vPieces.clear();
+			pParent->getChildrenRec(vPieces);
+			for(ConstraintSegment2* pPiece : vPieces) EXPECT_GE(sqDistance25D(*pPiece->getSrc(), *pPiece->getTrg()), 0.49 * gridLength * gridLength);
+		}
+		s.dt.getAliveConstraintSegments(vAlive);
+		for(Point2* p : vertexSet(s.dt))
+		{
+			if(sBefore.count(p) != 0 || s.dt.isConstraint(p)) continue;
+			++numGridPoints;
+			for(ConstraintSegment2* pPiece : vAlive) ASSERT_GE(sqDistToSegment(*p, *pPiece->getSrc(), *pPiece->getTrg()), 0.2499 * gridLength * gridLength);
+		}
+		EXPECT_GT(numChopped, 5u);
+		EXPECT_GT(numGridPoints * gridLength * gridLength, 0.2 * mpq_class(areaBefore / 2).get_d());
+		MeshGenParams bounds(s.pZone);
+		bounds.minAngleDegree = 25.0;
+		bounds.maxEdgeLength = gridLength;
+		EXPECT_EQ(captureStdout([&]() { s.dt.refineAdvanced(&bounds); }).find("limit"), std::string::npos);
+		validateMesh(*s.dt.getImpl(), EmptyCircles::exceptConstraints);
+		MeshQuality q(measure(s, 25.0, 0.001, gridLength));
+		EXPECT_GE(q.minAngleNonExempt, 25.0 - 1e-9);
+		EXPECT_EQ(q.numOverSize, 0u);
+	}
+}
+
+// splitAndRemovePrev: the free vertices that refinement inserted strictly
+// within the new vertex's distance to the piece's first end are gone, every
+// other vertex stays, and the mesh is a valid constrained Delaunay one.
+TEST(Mesh, SplitAndRemovePrevClearsTheRoomOfTheSplit)
+{
+	for(unsigned seed = 71; seed < 75; ++seed)
+	{
+		SCOPED_TRACE("seed " + std::to_string(seed));
+		MeshSetup s(randomScene(seed, 3, 0.0, 0.0, true));
+		std::set<Point2*> sInput(vertexSet(s.dt));
+		captureStdout([&]() { s.dt.refine(s.pZone, 25.0, 0.001, 0.3 + 0.2 * (seed % 3), true); });
+		std::vector<ConstraintSegment2*> vAlive;
+		s.dt.getAliveConstraintSegments(vAlive);
+		ConstraintSegment2* pPiece(*std::max_element(vAlive.begin(), vAlive.end(), [](ConstraintSegment2* a, ConstraintSegment2* b) {
+			return sqDistance2D(*a->getSrc(), *a->getTrg()) < sqDistance2D(*b->getSrc(), *b->getTrg());
+		}));
+		Point2* p0(pPiece->getSrc());
+		EXPECT_FALSE(pPiece->splitAndRemovePrev(*p0));
+		std::set<Point2*> sBefore(vertexSet(s.dt));
+		// Three quarters towards the target: the room reaches beyond the piece's diametral circle.
+		Point2 mid(0.25 * p0->x() + 0.75 * pPiece->getTrg()->x(), 0.25 * p0->y() + 0.75 * pPiece->getTrg()->y(), p0->z());
+		ASSERT_TRUE(pPiece->splitAndRemovePrev(mid));
+		ConstraintSegment2 *pKid0(nullptr), *pKid1(nullptr);
+		Point2* pSplit(nullptr);
+		pPiece->getChildrenAndSplitPoint(pKid0, pKid1, pSplit);
+		ASSERT_TRUE(pSplit != nullptr && *pSplit == mid);
+		std::set<Point2*> sAfter(vertexSet(s.dt));
+		size_t numRemoved(0);
+		for(Point2* p : sBefore)
+		{
+			bool bRemovable(sInput.count(p) == 0 && !s.dt.isConstraint(p) && sqDistance2D(*p, mid) < sqDistance2D(*p0, mid));
+			EXPECT_EQ(sAfter.count(p), bRemovable ? 0u : 1u);
+			numRemoved += bRemovable ? 1 : 0;
+		}
+		EXPECT_GT(numRemoved, 0u);
+		EXPECT_EQ(sAfter.size(), sBefore.size() + 1 - numRemoved);
+		validateMesh(*s.dt.getImpl(), EmptyCircles::exceptConstraints);
+		expectConstrainedDelaunay(s.dt);
+		expectPiecesCoverParents(s.pGraph, false);
 	}
 }
 
@@ -461,6 +569,9 @@ TEST(Mesh, BadInputIsRefusedWithAMessageAndChangesNothing)
 	attempt("growFactor NaN", [&](MeshGenParams& p) { p.growFactor = NaN; });
 	attempt("growFactorMinArea -1", [&](MeshGenParams& p) { p.growFactorMinArea = -1; });
 	attempt("gridLength -1", [&](MeshGenParams& p) { p.gridLength = -1; });
+	// A grid that cannot be laid is skipped with a message; refinement goes on (here with nothing to do).
+	attempt("gridVector NaN", [&](MeshGenParams& p) { p.gridVector = Vector2(NaN, 0, 0), p.gridLength = 1, p.minAngleDegree = 0; });
+	attempt("gridLength 1e-9", [&](MeshGenParams& p) { p.gridLength = 1e-9, p.minAngleDegree = 0; });
 	attempt("minAngleDegree NaN", [&](MeshGenParams& p) { p.minAngleDegree = NaN; });
 	attempt("minAngleDegree 30.000001", [&](MeshGenParams& p) { p.minAngleDegree = 30.000001; });
 	attempt("no zone", [&](MeshGenParams& p) { p.pZone = nullptr; });
