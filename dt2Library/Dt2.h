@@ -375,7 +375,7 @@ private:
 	bool splitForRefinement(RefCand3* pRC, Triangle2* pT, int i, MeshGenParams* pParams);
 	bool splitConstraintEdge(Triangle2* pT, int i, MeshGenParams* pParams);
 	bool findCollinearSplitPoint(const Point2& p1, const Point2& p2, const Point2& target, Point2& splitPoint);
-	bool isInsideEdgeNeighbourhood(Triangle2* pT, int i, const Point2& q);
+	bool findEdgeNeighbourhoodPoint(Triangle2* pT, int i, Point2& q);
 	bool insertVertexForRefinement(Point2* pNewVtx, Triangle2* pContainingTriangle);
 	void destroyMeshingMachinery();
 

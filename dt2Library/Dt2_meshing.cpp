@@ -347,7 +347,7 @@ bool Dt2::splitConstraintEdge(Triangle2* pT, int i, MeshGenParams* /*pParams*/)
 		return false;
 	}
 	const Point2 midpoint(splitPoint);
-	if(!findCollinearSplitPoint(*p1, *p2, midpoint, splitPoint) && !isInsideEdgeNeighbourhood(pT, i, splitPoint))
+	if(!findCollinearSplitPoint(*p1, *p2, midpoint, splitPoint) && !findEdgeNeighbourhoodPoint(pT, i, splitPoint))
 	{
 		sendWarning("Dt2::tryRefine()", "no appropriate splitPoint in double precision arithmetic for a triangle");
 		return false;
@@ -447,23 +447,39 @@ bool Dt2::findCollinearSplitPoint(const Point2& p1, const Point2& p2, const Poin
 	return false;
 }
 
-// Where no double lies exactly on the piece, its rounded midpoint (off the
-// line by less than one unit in the last place) is used if it lies strictly
-// inside the two triangles beside the edge, so that the bent pieces cannot
-// reach past the edge's neighbourhood (on the hull: beyond the edge).
-bool Dt2::isInsideEdgeNeighbourhood(Triangle2* pT, int i, const Point2& q)
+// Where no double lies exactly on the piece, a point next to it (the rounded
+// target or one of its ulp neighbours) is used if it lies strictly inside the
+// two triangles beside the edge, so that the bent pieces cannot reach past
+// the edge's neighbourhood. On the hull the bend must go outwards or nowhere:
+// an inward bend would leave a sliver between the pieces and the old hull
+// edge that no flip removes and no later split can enter.
+bool Dt2::findEdgeNeighbourhoodPoint(Triangle2* pT, int i, Point2& q)
 {
 	Triangle2* pOpp(pT->getOppositeTriangle(i));
 	Point2* a(pT->getCorner(i));
 	Point2* b(pT->getCorner(nextIndex(i)));
 	Point2* d(pT->getCorner(prevIndex(i)));
-	// A hull edge has nothing beyond it: q may bend the hull outwards.
-	if(pOpp == nullptr) return geomTest.getOrientation2(a, b, &q) == ORIENTATION2_CCW && geomTest.getOrientation2(d, a, &q) == ORIENTATION2_CCW;
-	int j(pOpp->getIntraTriangleIndex(pT));
-	Point2* c(pOpp->getCorner(j));
-	// The quad a, b, c, d is counterclockwise; q must be strictly left of each side.
-	return geomTest.getOrientation2(a, b, &q) == ORIENTATION2_CCW && geomTest.getOrientation2(b, c, &q) == ORIENTATION2_CCW &&
-		   geomTest.getOrientation2(c, d, &q) == ORIENTATION2_CCW && geomTest.getOrientation2(d, a, &q) == ORIENTATION2_CCW;
+	Point2* c(pOpp == nullptr ? nullptr : pOpp->getCorner(pOpp->getIntraTriangleIndex(pT)));
+	auto isStrictlyLeft = [&](Point2* from, Point2* to, const Point2& r) { return geomTest.getOrientation2(from, to, &r) == ORIENTATION2_CCW; };
+	auto isInside = [&](const Point2& r) {
+		if(!isStrictlyLeft(a, b, r) || !isStrictlyLeft(d, a, r)) return false;
+		if(pOpp == nullptr) return !isStrictlyLeft(b, d, r);
+		// The quad a, b, c, d is counterclockwise; r must be strictly left of each side.
+		return isStrictlyLeft(b, c, r) && isStrictlyLeft(c, d, r);
+	};
+	const int aSteps[] = {0, -1, 1};
+	for(int sx : aSteps)
+	{
+		double x(sx == 0 ? q.x() : std::nextafter(q.x(), sx < 0 ? -HUGE_VAL : HUGE_VAL));
+		for(int sy : aSteps)
+		{
+			Point2 r(x, sy == 0 ? q.y() : std::nextafter(q.y(), sy < 0 ? -HUGE_VAL : HUGE_VAL), q.z());
+			if(!isInside(r)) continue;
+			q = r;
+			return true;
+		}
+	}
+	return false;
 }
 
 bool Dt2::insertVertexForRefinement(Point2* pNewVtx, Triangle2* pContainingTriangle)

@@ -214,9 +214,9 @@ size_t GridMesher::chopSegment(ConstraintSegment2* pCSeg, std::vector<Crossing>&
 }
 
 // A point on the piece pA-pB near the crossing q: exactly on it where a
-// double lies there, else q itself where it stays inside the two triangles
-// beside the edge (the piece then bends by less than an ulp), as refinement
-// does with its midpoints.
+// double lies there, else q or an ulp neighbour where it stays inside the two
+// triangles beside the edge (the piece then bends by about an ulp), as
+// refinement does with its midpoints.
 bool GridMesher::findSplitPoint(Point2* pA, Point2* pB, const Point2& q, Point2& splitPoint)
 {
 	Triangle2* pT(pDt->getAdjacentTriangle(pA, pB));
@@ -230,9 +230,8 @@ bool GridMesher::findSplitPoint(Point2* pA, Point2* pB, const Point2& q, Point2&
 	int i(prevIndex(pT->getIntraTriangleIndex(pFirst)));
 	const double maxSnap(SNAP_FACTOR * gridLength);
 	if(pDt->findCollinearSplitPoint(*pA, *pB, q, splitPoint) && sqDistance2D(splitPoint, q) <= maxSnap * maxSnap) return true;
-	if(!pDt->isInsideEdgeNeighbourhood(pT, i, q)) return false;
 	splitPoint = q;
-	return true;
+	return pDt->findEdgeNeighbourhoodPoint(pT, i, splitPoint);
 }
 
 // Each line's constraint points cut it into stretches; a stretch is divided

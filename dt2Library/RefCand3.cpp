@@ -114,6 +114,8 @@ int RefCand3::walkUntilConstraint(GeomTest* pGeomTest)
 	if(result == LOC_STOPPED) return e;
 	// The walk names a hull edge for a point on it: the point is in the mesh.
 	if(isBeyondHull(result) && pGeomTest->getOrientation2(pCur, int(result), &circumcenter) == ORIENTATION2_COLLINEAR) return WALK_INSIDE;
+	// Beyond a hull edge that is a constraint: that constraint blocks the way.
+	if(isBeyondHull(result) && pDt->isConstraint(pCur, int(result))) return int(result);
 	// Beyond the hull, or onto an existing vertex: nothing to insert.
 	return WALK_FAILED;
 }
