@@ -352,6 +352,10 @@ public:
 	void refineMain3(MeshGenParams* pParams);
 	// The vertices that refinement put on constraint segments.
 	InnerVtxMgr* getInnerVtxMgr();
+	// During a run with a height guide: whether a corner of pT differs in
+	// height from the guide by at least the triangle's longest 2D edge
+	// (sqLongest2D squared).
+	bool isAtHeightJump(Triangle2* pT, double sqLongest2D);
 
 private:
 	// Grid pre-meshing places its points with the refinement's own split and height rules.

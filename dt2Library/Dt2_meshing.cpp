@@ -16,6 +16,8 @@
 #include <iostream>
 #include <limits>
 #include <sstream>
+#include <unordered_map>
+#include <unordered_set>
 
 namespace MIREL25D {
 
@@ -37,6 +39,10 @@ struct RefineWork
 	std::vector<Triangle2*> vCavityT;
 	size_t numInserted = 0;
 	size_t maxInserted = 0;
+	// With a height guide: each vertex's height difference to the guide, and
+	// the vertices at which a triangle was left for that difference.
+	std::unordered_map<Point2*, double> mGuideGap;
+	std::unordered_set<Point2*> sJumpVertices;
 };
 
 InnerVtxMgr* Dt2::getInnerVtxMgr()
@@ -98,6 +104,12 @@ void Dt2::refineMain3(MeshGenParams* pParams)
 		++numPasses;
 		if(!bInserted || numPasses >= MAX_PASSES || bLimitReached) break;
 	}
+	if(!pRefineWork->sJumpVertices.empty())
+	{
+		sendWarning("Dt2::refineMain3()", "at " + std::to_string(pRefineWork->sJumpVertices.size()) +
+											  " vertices the height guide differs from the vertex height by more than the triangles there are long; "
+											  "their edge-length and angle bounds are not met (new points there would only make them longer and steeper)");
+	}
 	if(bLimitReached)
 	{
 		sendWarning("Dt2::refineMain3()", "refinement stopped after " + std::to_string(pRefineWork->numInserted) +
@@ -107,6 +119,31 @@ void Dt2::refineMain3(MeshGenParams* pParams)
 	pmmAng2RC = nullptr;
 	delete pRefineWork;
 	pRefineWork = nullptr;
+}
+
+// A vertex whose height differs from the guide's by g: every point the guide
+// gives near it lies about g above or below it, so the triangles there that
+// are smaller than g in 2D only get longer and steeper in 2.5D when split.
+bool Dt2::isAtHeightJump(Triangle2* pT, double sqLongest2D)
+{
+	Mirel_2D* pGuide(pRefineWork->pParams->pHeightGuide);
+	for(int i = 0; i < 3; ++i)
+	{
+		Point2* pCorner(pT->getCorner(i));
+		std::unordered_map<Point2*, double>::iterator it(pRefineWork->mGuideGap.find(pCorner));
+		if(it == pRefineWork->mGuideGap.end())
+		{
+			double guideHeight(0.0);
+			double gap(pGuide->getHeight(pCorner->x(), pCorner->y(), guideHeight, nullptr, 0.0) ? std::fabs(pCorner->z() - guideHeight) : 0.0);
+			it = pRefineWork->mGuideGap.insert(std::make_pair(pCorner, gap)).first;
+		}
+		if(it->second > 0.0 && it->second * it->second >= sqLongest2D)
+		{
+			pRefineWork->sJumpVertices.insert(pCorner);
+			return true;
+		}
+	}
+	return false;
 }
 
 bool Dt2::refineMain2(MeshGenParams* pParams)

@@ -23,7 +23,7 @@ const double MIN_PIECE_FACTOR(0.7);
 // Grid points keep this much room (in grid lengths) from every vertex and
 // constraint edge, so that no sliver forms beside a constraint for refinement
 // to chase; refinement fills such places from the border instead.
-const double CLEARANCE_FACTOR(0.5);
+const double CLEARANCE_FACTOR(0.4);
 // A snapped split point may move this far (in grid lengths) from its crossing.
 const double SNAP_FACTOR(0.05);
 // Clearance searches in dense parts of the mesh give up here: such a place
@@ -246,11 +246,14 @@ void GridMesher::createStripes(std::vector<Point2>& vGridPoints)
 	{
 		std::vector<double>& vConstraintPoints(vLineCrossings[size_t(k)]);
 		if(vConstraintPoints.empty()) continue;
-		placeStripePoints(firstAcross + k * gridLength, vConstraintPoints, vGridPoints);
+		placeStripePoints(firstAcross + k * gridLength, k % 2 == 1, vConstraintPoints, vGridPoints);
 	}
 }
 
-void GridMesher::placeStripePoints(double across, std::vector<double>& vConstraintPoints, std::vector<Point2>& vGridPoints)
+// Every other line is shifted by half a spacing, so that neighbouring lines
+// form triangles of sides gridLength and about 1.12 x gridLength (angles of
+// 53 to 63 degrees) instead of right-angled ones with long diagonals.
+void GridMesher::placeStripePoints(double across, bool bShifted, std::vector<double>& vConstraintPoints, std::vector<Point2>& vGridPoints)
 {
 	MIREL_ASSERT(!vConstraintPoints.empty());
 	std::sort(vConstraintPoints.begin(), vConstraintPoints.end());
@@ -259,12 +262,15 @@ void GridMesher::placeStripePoints(double across, std::vector<double>& vConstrai
 	{
 		double start(vConstraintPoints[s]), len(vConstraintPoints[s + 1] - start);
 		double numSteps(std::round(len / gridLength));
-		if(numSteps < 2.0) continue;
+		if(numSteps < 1.0) continue;
 		double usedTargetLength(len / numSteps);
 		MIREL_ASSERT(usedTargetLength>0);
-		for(double j = 1.0; j < numSteps; j += 1.0)
+		// Unshifted: the inner division points; shifted: the middles of the divisions.
+		double firstOffset(bShifted ? 0.5 * usedTargetLength : usedTargetLength);
+		double numPoints(bShifted ? numSteps : numSteps - 1.0);
+		for(double j = 0.0; j < numPoints; j += 1.0)
 		{
-			Point2 q(toWorld(start + j * usedTargetLength, across));
+			Point2 q(toWorld(start + firstOffset + j * usedTargetLength, across));
 			// Inside the zone: the containing triangle is one of the zone's.
 			Triangle2* pT(pDt->locate(q));
 			if(pT == nullptr || sZoneT.count(pT) == 0 || !hasClearance(q, pT)) continue;
@@ -272,7 +278,7 @@ void GridMesher::placeStripePoints(double across, std::vector<double>& vConstrai
 			if(!pDt->getRefinementHeight(q.x(), q.y(), pT, pParams, height)) bHeightMissing = true;
 			vGridPoints.push_back(Point2(q.x(), q.y(), height));
 		}
-		double stopStripeSpace(len - (numSteps - 1.0) * usedTargetLength);
+		double stopStripeSpace(len - (numPoints > 0.0 ? firstOffset + (numPoints - 1.0) * usedTargetLength : 0.0));
 		MIREL_ASSERT(stopStripeSpace>0.49*usedTargetLength);
 		MIREL_ASSERT(stopStripeSpace<1.01*usedTargetLength);
 	}

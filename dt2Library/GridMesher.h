@@ -40,7 +40,7 @@ private:
 	size_t chopSegment(ConstraintSegment2* pCSeg, std::vector<Crossing>& vCrossings);
 	bool findSplitPoint(Point2* pA, Point2* pB, const Point2& q, Point2& splitPoint);
 	void createStripes(std::vector<Point2>& vGridPoints);
-	void placeStripePoints(double across, std::vector<double>& vConstraintPoints, std::vector<Point2>& vGridPoints);
+	void placeStripePoints(double across, bool bShifted, std::vector<double>& vConstraintPoints, std::vector<Point2>& vGridPoints);
 	bool hasClearance(const Point2& q, Triangle2* pT);
 
 	Dt2* pDt;

@@ -149,12 +149,12 @@ bool RefCand3::isSafe(GeomTest* pGeomTest)
 	return false;
 }
 
-// Size bounds: edge length, area, growth against the neighbours.
-RefCand3::Reason RefCand3::hitsSizeBound(MeshGenParams* pParams)
+// Size bounds: edge length (unless bEdgeBound is false), area, growth against the neighbours.
+RefCand3::Reason RefCand3::hitsSizeBound(MeshGenParams* pParams, bool bEdgeBound)
 {
 	double maxEdgeLength(pParams->getMaxEdgeLength(pT));
 	double maxTriangleArea(pParams->getMaxTriangleArea(pT));
-	if(std::sqrt(aSqLen25D[2]) > maxEdgeLength) return REASON_EDGE;
+	if(bEdgeBound && std::sqrt(aSqLen25D[2]) > maxEdgeLength) return REASON_EDGE;
 	if(maxTriangleArea != LARGEST && pT->getArea25D() > maxTriangleArea) return REASON_AREA;
 	if(pParams->growFactor == LARGEST || !(pParams->growFactor > 0.0)) return REASON_NONE;
 	double a(std::sqrt(aSqLen25D[0])), b(std::sqrt(aSqLen25D[1])), c(std::sqrt(aSqLen25D[2]));
@@ -232,14 +232,19 @@ void RefCand3::computeEdgeLengths()
 	std::sort(aSqLen25D, aSqLen25D + 3);
 }
 
+// A triangle at a height jump (Dt2::isAtHeightJump) is left to the edge and
+// angle bounds: smaller triangles there only get longer and steeper in 2.5D.
 RefCand3::Reason RefCand3::findReason(MeshGenParams* pParams)
 {
-	Reason sizeReason(hitsSizeBound(pParams));
+	const bool bGuided(pParams->pHeightGuide != nullptr);
+	Reason sizeReason(hitsSizeBound(pParams, true));
+	if(sizeReason == REASON_EDGE && bGuided && pDt->isAtHeightJump(pT, aSqLen2D[2])) sizeReason = hitsSizeBound(pParams, false);
 	if(sizeReason != REASON_NONE) return sizeReason;
 	if(hasSmallConstraintCorner(pParams->minAngleDegree)) return REASON_NONE;
 	if(!(pParams->minAngleDegree > minAngleKey)) return REASON_NONE;
 	double minAngle2D(std::min(pT->getInteriorAngle2D(0), std::min(pT->getInteriorAngle2D(1), pT->getInteriorAngle2D(2))));
 	if(minAngle2D > 29.5) return REASON_NONE;
+	if(bGuided && pDt->isAtHeightJump(pT, aSqLen2D[2])) return REASON_NONE;
 	return REASON_ANGLE;
 }
 

@@ -389,7 +389,7 @@ std::set<Point2*> vertexSet(Mirel_2D& dt)
 }
 
 // Grid pre-meshing alone (no bound asks for more): the pieces of every chopped
-// parent keep 0.7 grid lengths (2.5D), the grid points keep half a grid length
+// parent keep 0.7 grid lengths (2.5D), the grid points keep 0.4 grid lengths
 // from every constraint, the zone keeps its area; then refinement meets its
 // bounds from there.
 TEST(Mesh, GridPreMeshingChopsAndPlacesPointsWithRoom)
@@ -427,7 +427,7 @@ TEST(Mesh, GridPreMeshingChopsAndPlacesPointsWithRoom)
 		{
 			if(sBefore.count(p) != 0 || s.dt.isConstraint(p)) continue;
 			++numGridPoints;
-			for(ConstraintSegment2* pPiece : vAlive) ASSERT_GE(sqDistToSegment(*p, *pPiece->getSrc(), *pPiece->getTrg()), 0.2499 * gridLength * gridLength);
+			for(ConstraintSegment2* pPiece : vAlive) ASSERT_GE(sqDistToSegment(*p, *pPiece->getSrc(), *pPiece->getTrg()), 0.1599 * gridLength * gridLength);
 		}
 		EXPECT_GT(numChopped, 5u);
 		EXPECT_GT(numGridPoints * gridLength * gridLength, 0.2 * mpq_class(areaBefore / 2).get_d());
