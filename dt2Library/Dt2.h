@@ -352,9 +352,9 @@ public:
 	void refineMain3(MeshGenParams* pParams);
 	// The vertices that refinement put on constraint segments.
 	InnerVtxMgr* getInnerVtxMgr();
-	// During a run with a height guide: whether a corner of pT differs in
-	// height from the guide by at least the triangle's longest 2D edge
-	// (sqLongest2D squared).
+	// During a run with a height guide: whether an edge of pT climbs by at
+	// least the triangle's longest 2D edge (sqLongest2D, squared) to a vertex
+	// whose height differs from the guide's by at least that much as well.
 	bool isAtHeightJump(Triangle2* pT, double sqLongest2D);
 
 private:

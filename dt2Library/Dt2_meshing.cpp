@@ -122,26 +122,30 @@ void Dt2::refineMain3(MeshGenParams* pParams)
 }
 
 // A vertex whose height differs from the guide's by g: every point the guide
-// gives near it lies about g above or below it, so the triangles there that
-// are smaller than g in 2D only get longer and steeper in 2.5D when split.
+// gives near it lies about g above or below it, so an edge that climbs from
+// it by at least the triangle's size, in a triangle smaller than g, only gets
+// longer and steeper in 2.5D when the triangle is split.
 bool Dt2::isAtHeightJump(Triangle2* pT, double sqLongest2D)
 {
 	Mirel_2D* pGuide(pRefineWork->pParams->pHeightGuide);
-	for(int i = 0; i < 3; ++i)
-	{
-		Point2* pCorner(pT->getCorner(i));
-		std::unordered_map<Point2*, double>::iterator it(pRefineWork->mGuideGap.find(pCorner));
+	auto hasLargeGap = [&](Point2* pVtx) {
+		std::unordered_map<Point2*, double>::iterator it(pRefineWork->mGuideGap.find(pVtx));
 		if(it == pRefineWork->mGuideGap.end())
 		{
 			double guideHeight(0.0);
-			double gap(pGuide->getHeight(pCorner->x(), pCorner->y(), guideHeight, nullptr, 0.0) ? std::fabs(pCorner->z() - guideHeight) : 0.0);
-			it = pRefineWork->mGuideGap.insert(std::make_pair(pCorner, gap)).first;
+			double gap(pGuide->getHeight(pVtx->x(), pVtx->y(), guideHeight, nullptr, 0.0) ? std::fabs(pVtx->z() - guideHeight) : 0.0);
+			it = pRefineWork->mGuideGap.insert(std::make_pair(pVtx, gap)).first;
 		}
-		if(it->second > 0.0 && it->second * it->second >= sqLongest2D)
-		{
-			pRefineWork->sJumpVertices.insert(pCorner);
-			return true;
-		}
+		if(!(it->second > 0.0 && it->second * it->second >= sqLongest2D)) return false;
+		pRefineWork->sJumpVertices.insert(pVtx);
+		return true;
+	};
+	for(int i = 0; i < 3; ++i)
+	{
+		Point2* pA(pT->getCorner(nextIndex(i)));
+		Point2* pB(pT->getCorner(prevIndex(i)));
+		double dz(pA->z() - pB->z());
+		if(dz * dz >= sqLongest2D && (hasLargeGap(pA) || hasLargeGap(pB))) return true;
 	}
 	return false;
 }
