@@ -11,7 +11,6 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
-#include <sstream>
 #include <unordered_set>
 
 namespace MIREL25D {
@@ -29,16 +28,6 @@ const double SNAP_FACTOR(0.05);
 // Clearance searches in dense parts of the mesh give up here: such a place
 // needs no grid point.
 const size_t MAX_CLEARANCE_TRIANGLES(64);
-
-double sqDistanceToEdge(const Point2& c, const Point2& a, const Point2& b)
-{
-	double dx(b.x() - a.x()), dy(b.y() - a.y());
-	double len2(dx * dx + dy * dy);
-	double t(len2 > 0.0 ? ((c.x() - a.x()) * dx + (c.y() - a.y()) * dy) / len2 : 0.0);
-	t = std::max(0.0, std::min(1.0, t));
-	double px(a.x() + t * dx - c.x()), py(a.y() + t * dy - c.y());
-	return px * px + py * py;
-}
 } // namespace
 
 GridMesher::GridMesher(Dt2* pDt_, MeshGenParams* pParams_)
@@ -180,18 +169,8 @@ size_t GridMesher::chopSegment(ConstraintSegment2* pCSeg, std::vector<Crossing>&
 	std::sort(vCrossings.begin(), vCrossings.end(),
 		[pFrom](const Crossing& a, const Crossing& b) { return sqDistance2D(*pFrom, a.point) < sqDistance2D(*pFrom, b.point); });
 	const double minSqLen((MIN_PIECE_FACTOR * gridLength) * (MIN_PIECE_FACTOR * gridLength));
-	auto isFarFromEnds = [&](Point2* pLast, const Point2& q) {
-		double sqSrc(sqDistance25D(*pLast, q)), sqTrg(sqDistance25D(*pTo, q));
-		for(std::pair<double, Point2*> d : {std::make_pair(sqSrc, pLast), std::make_pair(sqTrg, pTo)})
-		{
-			if(!std::isnan(d.first)) continue;
-			std::ostringstream text;
-			text << "warning, sqDistance25D, nan value, no distance " << *d.second << " " << q;
-			sendWarning("GridMesher::chopConstraints()", text.str());
-			return false;
-		}
-		return sqSrc >= minSqLen && sqTrg >= minSqLen;
-	};
+	// sqDistance25D reports a NaN distance itself; such a point is not used.
+	auto isFarFromEnds = [&](Point2* pLast, const Point2& q) { return sqDistance25D(*pLast, q) >= minSqLen && sqDistance25D(*pTo, q) >= minSqLen; };
 	ConstraintSegment2* pPiece(pCSeg);
 	Point2* pLast(pFrom);
 	size_t numSplits(0);
@@ -298,7 +277,7 @@ bool GridMesher::hasClearance(const Point2& q, Triangle2* pT)
 		for(int i = 0; i < 3; ++i)
 		{
 			if(sqDistance2D(q, *pCur->getCorner(i)) < sqRoom) return false;
-			if(!(sqDistanceToEdge(q, *pCur->getCorner(nextIndex(i)), *pCur->getCorner(prevIndex(i))) < sqRoom)) continue;
+			if(!(sqDistanceToSegment2D(q, *pCur->getCorner(nextIndex(i)), *pCur->getCorner(prevIndex(i))) < sqRoom)) continue;
 			if(pDt->isConstraint(pCur, i)) return false;
 			Triangle2* pNeigh(pCur->getOppositeTriangle(i));
 			if(pNeigh != nullptr && std::find(vSearchT.begin(), vSearchT.end(), pNeigh) == vSearchT.end()) vSearchT.push_back(pNeigh);

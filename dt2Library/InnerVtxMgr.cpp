@@ -8,10 +8,7 @@
 
 namespace MIREL25D {
 
-namespace {
-// Squared 2D distance from c to the closed segment a-b. It only chooses which
-// vertices are removed; the mesh is valid whatever it answers.
-double sqDistanceToEdge(const Point2& c, const Point2& a, const Point2& b)
+double sqDistanceToSegment2D(const Point2& c, const Point2& a, const Point2& b)
 {
 	double dx(b.x() - a.x()), dy(b.y() - a.y());
 	double len2(dx * dx + dy * dy);
@@ -20,7 +17,6 @@ double sqDistanceToEdge(const Point2& c, const Point2& a, const Point2& b)
 	double px(a.x() + t * dx - c.x()), py(a.y() + t * dy - c.y());
 	return px * px + py * py;
 }
-} // namespace
 
 void InnerVtxMgr::addFreeVertex(Point2* pVtx)
 {
@@ -58,7 +54,7 @@ void InnerVtxMgr::collectInRange(Dt2* pDt, Point2* pCentre, double sqRange, std:
 			if(pCorner != pCentre && sqDistance2D(*pCentre, *pCorner) < sqRange && sInRange.insert(pCorner).second) vInRange.push_back(pCorner);
 			Triangle2* pNeigh(pT->getOppositeTriangle(i));
 			if(pNeigh == nullptr || sVisited.count(pNeigh) != 0) continue;
-			if(sqDistanceToEdge(*pCentre, *pT->getCorner(nextIndex(i)), *pT->getCorner(prevIndex(i))) < sqRange)
+			if(sqDistanceToSegment2D(*pCentre, *pT->getCorner(nextIndex(i)), *pT->getCorner(prevIndex(i))) < sqRange)
 			{
 				sVisited.insert(pNeigh);
 				vVisited.push_back(pNeigh);

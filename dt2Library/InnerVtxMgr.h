@@ -9,6 +9,11 @@ namespace MIREL25D {
 class Dt2;
 class Point2;
 
+// The squared 2D distance from c to the closed segment a-b. It only chooses
+// where meshing works (which vertices go, where grid points keep room); the
+// mesh is valid whatever it answers.
+double sqDistanceToSegment2D(const Point2& c, const Point2& a, const Point2& b);
+
 // The record of what quality meshing inserted: the vertices it put on
 // constraint segments, each with the squared 2D distance from the first
 // corner of the edge it split, and the free vertices it put inside zones
