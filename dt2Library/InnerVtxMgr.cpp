@@ -8,16 +8,6 @@
 
 namespace MIREL25D {
 
-double sqDistanceToSegment2D(const Point2& c, const Point2& a, const Point2& b)
-{
-	double dx(b.x() - a.x()), dy(b.y() - a.y());
-	double len2(dx * dx + dy * dy);
-	double t(len2 > 0.0 ? ((c.x() - a.x()) * dx + (c.y() - a.y()) * dy) / len2 : 0.0);
-	t = std::max(0.0, std::min(1.0, t));
-	double px(a.x() + t * dx - c.x()), py(a.y() + t * dy - c.y());
-	return px * px + py * py;
-}
-
 void InnerVtxMgr::addFreeVertex(Point2* pVtx)
 {
 	vFreePoints.push_back(pVtx);

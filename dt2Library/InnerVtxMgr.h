@@ -1,4 +1,6 @@
 #pragma once
+#include "Point2.h"
+#include <algorithm>
 #include <cstddef>
 #include <map>
 #include <unordered_set>
@@ -7,12 +9,19 @@
 namespace MIREL25D {
 
 class Dt2;
-class Point2;
 
 // The squared 2D distance from c to the closed segment a-b. It only chooses
 // where meshing works (which vertices go, where grid points keep room); the
 // mesh is valid whatever it answers.
-double sqDistanceToSegment2D(const Point2& c, const Point2& a, const Point2& b);
+inline double sqDistanceToSegment2D(const Point2& c, const Point2& a, const Point2& b)
+{
+	double dx(b.x() - a.x()), dy(b.y() - a.y());
+	double len2(dx * dx + dy * dy);
+	double t(len2 > 0.0 ? ((c.x() - a.x()) * dx + (c.y() - a.y()) * dy) / len2 : 0.0);
+	t = std::max(0.0, std::min(1.0, t));
+	double px(a.x() + t * dx - c.x()), py(a.y() + t * dy - c.y());
+	return px * px + py * py;
+}
 
 // The record of what quality meshing inserted: the vertices it put on
 // constraint segments, each with the squared 2D distance from the first

@@ -1,6 +1,6 @@
-// Quality mesh generation: property checks over random polygons with holes,
-// small input angles and large offsets, plus the parameter record and the
-// refusals of bad input.
+// Quality mesh generation: property checks over random polygons with holes, small
+// input angles and large offsets, grid pre-meshing, the record and refusals.
+#include "InnerVtxMgr.h"
 #include "MeshGenParams.h"
 #include "Mirel25D.h"
 #include "test_support.h"
@@ -12,8 +12,7 @@ namespace {
 
 const double PI(3.14159265358979323846);
 
-// A polygon with holes: the outer ring counterclockwise, the holes
-// clockwise, all given to one oriented constraint graph.
+// A polygon with holes (outer ring counterclockwise, holes clockwise), one oriented graph.
 struct MeshScene
 {
 	std::vector<std::vector<Point2>> vRings;
@@ -22,9 +21,8 @@ struct MeshScene
 	double planeZ(double x, double y) const { return planeA * (x - offset) + planeB * (y - offset) + planeC; }
 };
 
-// A star-shaped ring around (cx, cy): random radii in [rMin, rMax] at sorted
-// angles, so it is simple. With spikeDeg > 0 one vertex is a spike whose tip
-// angle is about spikeDeg degrees.
+// A star-shaped (so simple) ring around (cx, cy), radii in [rMin, rMax]; with
+// spikeDeg > 0 one vertex is a spike whose tip angle is about spikeDeg degrees.
 std::vector<Point2> starRing(std::mt19937& rng, double cx, double cy, double rMin, double rMax, int n, double spikeDeg)
 {
 	std::uniform_real_distribution<double> uni(0.0, 1.0);
@@ -76,8 +74,7 @@ MeshScene randomScene(unsigned seed, int numHoles, double spikeDeg, double offse
 	{
 		for(Point2& p : vRing)
 		{
-			// Grid coordinates have exactly representable points on every
-			// segment, so splits stay exactly on the segments.
+			// Grid coordinates: every segment holds doubles, so splits stay exactly on it.
 			double x(bGrid ? std::ldexp(std::round(std::ldexp(p.x(), 12)), -12) : p.x());
 			double y(bGrid ? std::ldexp(std::round(std::ldexp(p.y(), 12)), -12) : p.y());
 			x += offset;
@@ -88,8 +85,7 @@ MeshScene randomScene(unsigned seed, int numHoles, double spikeDeg, double offse
 	return scene;
 }
 
-// The scene in a triangulation: a frame of corner points around it (also on
-// the plane), the rings as one oriented constraint graph, and its zone.
+// The scene in a triangulation: a frame on the plane around it, the rings' graph, its zone.
 struct MeshSetup
 {
 	// Without the frame the outer ring's edges are hull edges.
@@ -101,9 +97,7 @@ struct MeshSetup
 		if(bFrame) dt.insert(vFrame);
 		std::vector<Segment2> vSegments;
 		for(const std::vector<Point2>& vRing : scene.vRings)
-		{
 			for(size_t i = 0; i < vRing.size(); ++i) vSegments.push_back(Segment2(vRing[i], vRing[(i + 1) % vRing.size()]));
-		}
 		pGraph = dt.createConstraint(vSegments, cis, true);
 		pZone = (pGraph == nullptr) ? nullptr : dt.createZone(pGraph, ZL_INSIDE, false);
 	}
@@ -125,10 +119,8 @@ mpq_class exactZoneArea(Zone2* pZone)
 	mpq_class sum(0);
 	for(Triangle2* pT : zoneTriangles(pZone))
 	{
-		mpq_class ax(pT->getCorner(0)->x()), ay(pT->getCorner(0)->y());
-		mpq_class bx(pT->getCorner(1)->x()), by(pT->getCorner(1)->y());
-		mpq_class cx(pT->getCorner(2)->x()), cy(pT->getCorner(2)->y());
-		sum += (bx - ax) * (cy - ay) - (by - ay) * (cx - ax);
+		const Point2 &a(*pT->getCorner(0)), &b(*pT->getCorner(1)), &c(*pT->getCorner(2));
+		sum += (mpq_class(b.x()) - a.x()) * (mpq_class(c.y()) - a.y()) - (mpq_class(b.y()) - a.y()) * (mpq_class(c.x()) - a.x());
 	}
 	return sum;
 }
@@ -137,14 +129,8 @@ mpq_class exactRingsArea(const MeshScene& scene)
 {
 	mpq_class sum(0);
 	for(const std::vector<Point2>& vRing : scene.vRings)
-	{
 		for(size_t i = 0; i < vRing.size(); ++i)
-		{
-			const Point2& a(vRing[i]);
-			const Point2& b(vRing[(i + 1) % vRing.size()]);
-			sum += mpq_class(a.x()) * mpq_class(b.y()) - mpq_class(b.x()) * mpq_class(a.y());
-		}
-	}
+			sum += mpq_class(vRing[i].x()) * vRing[(i + 1) % vRing.size()].y() - mpq_class(vRing[(i + 1) % vRing.size()].x()) * vRing[i].y();
 	return sum;
 }
 
@@ -162,26 +148,14 @@ double maxEdge25D(const Triangle2* pT)
 	return m;
 }
 
-// Squared distance from c to the closed segment a-b.
-double sqDistToSegment(const Point2& c, const Point2& a, const Point2& b)
-{
-	double dx(b.x() - a.x()), dy(b.y() - a.y());
-	double len2(dx * dx + dy * dy);
-	double t(len2 > 0 ? ((c.x() - a.x()) * dx + (c.y() - a.y()) * dy) / len2 : 0.0);
-	t = std::max(0.0, std::min(1.0, t));
-	double px(a.x() + t * dx - c.x()), py(a.y() + t * dy - c.y());
-	return px * px + py * py;
-}
-
 double spacingNear(const Point2& a, const Point2& b)
 {
 	double m(std::max(std::max(std::fabs(a.x()), std::fabs(a.y())), std::max(std::fabs(b.x()), std::fabs(b.y()))));
 	return std::nextafter(m, HUGE_VAL) - m;
 }
 
-// Why a bad zone triangle may stay bad: a corner between two constraint
-// edges narrower than the bound (an input angle), or a constraint piece too
-// short to split within reach of its circumcircle.
+// Why a bad zone triangle may stay bad: an input angle between two constraint edges
+// narrower than the bound, or a piece too short to split within its circumcircle.
 struct ExemptionCheck
 {
 	ExemptionCheck(Mirel_2D& dt_, double minAngle_, double minEdgeLength) : dt(dt_), minAngle(minAngle_)
@@ -189,9 +163,7 @@ struct ExemptionCheck
 		std::vector<ConstraintSegment2*> vAlive;
 		dt.getAliveConstraintSegments(vAlive);
 		for(ConstraintSegment2* pCSeg : vAlive)
-		{
 			if(std::sqrt(sqDistance2D(*pCSeg->getSrc(), *pCSeg->getTrg())) < 2.0 * minEdgeLength) vShortPieces.push_back(pCSeg);
-		}
 	}
 	bool isExempt(Triangle2* pT) const
 	{
@@ -207,9 +179,7 @@ struct ExemptionCheck
 		std::pair<Point2, bool> dual(pT->getDual());
 		double sqR(sqDistance2D(dual.first, *pT->getCorner(0)) * (1.0 + 1e-9));
 		for(ConstraintSegment2* pCSeg : vShortPieces)
-		{
-			if(sqDistToSegment(dual.first, *pCSeg->getSrc(), *pCSeg->getTrg()) <= sqR) return true;
-		}
+			if(sqDistanceToSegment2D(dual.first, *pCSeg->getSrc(), *pCSeg->getTrg()) <= sqR) return true;
 		return false;
 	}
 	Mirel_2D& dt;
@@ -217,17 +187,14 @@ struct ExemptionCheck
 	std::vector<ConstraintSegment2*> vShortPieces;
 };
 
-// Every non-constraint edge is locally Delaunay and every constraint piece
-// is an edge: the mesh is a constrained Delaunay triangulation.
+// A constrained Delaunay triangulation, checked by the shared exact validator.
 void expectConstrainedDelaunay(Mirel_2D& dt)
 {
 	validateMesh(*dt.getImpl(), EmptyCircles::exceptConstraints);
 }
 
-// The alive pieces of each parent chain from its source to its target along
-// the parent, every split vertex exactly on it.
-// With bExact false a split vertex may lie off the parent's line by a few
-// units in the last place (no double lies exactly on it).
+// The alive pieces of each parent chain from its source to its target along the parent,
+// every split vertex exactly on it (bExact false: a few units in the last place off).
 void expectPiecesCoverParents(ConstraintGraph2* pGraph, bool bExact)
 {
 	std::vector<ConstraintSegment2*> vParents;
@@ -247,7 +214,7 @@ void expectPiecesCoverParents(ConstraintGraph2* pGraph, bool bExact)
 			for(const Point2* p : {pPiece->getSrc(), pPiece->getTrg()})
 			{
 				if(bExact) ASSERT_EQ(exactOrientation(a, b, *p), 0);
-				else ASSERT_LE(std::sqrt(sqDistToSegment(*p, a, b)), 8.0 * spacingNear(a, b));
+				else ASSERT_LE(std::sqrt(sqDistanceToSegment2D(*p, a, b)), 8.0 * spacingNear(a, b));
 			}
 		}
 		// A chain: both ends once, every split vertex twice.
@@ -289,9 +256,7 @@ void expectValidZoneMesh(MeshSetup& s, const mpq_class& areaBefore, bool bExact)
 struct MeshQuality
 {
 	double minAngleNonExempt = 180.0;
-	size_t numExempt = 0;
-	size_t numTriangles = 0;
-	size_t numOverSize = 0;
+	size_t numExempt = 0, numTriangles = 0, numOverSize = 0;
 };
 
 MeshQuality measure(MeshSetup& s, double minAngle, double minEdgeLength, double maxEdgeLength)
@@ -302,33 +267,24 @@ MeshQuality measure(MeshSetup& s, double minAngle, double minEdgeLength, double 
 	{
 		++q.numTriangles;
 		bool bBad(minAngle25D(pT) < minAngle - 1e-9 || maxEdge25D(pT) > maxEdgeLength);
-		if(bBad && exemption.isExempt(pT))
-		{
-			++q.numExempt;
-			continue;
-		}
+		bool bExempt(bBad && exemption.isExempt(pT));
+		q.numExempt += bExempt ? 1 : 0;
+		if(bExempt) continue;
 		q.minAngleNonExempt = std::min(q.minAngleNonExempt, minAngle25D(pT));
-		if(maxEdge25D(pT) > maxEdgeLength) ++q.numOverSize;
+		q.numOverSize += maxEdge25D(pT) > maxEdgeLength ? 1 : 0;
 	}
 	return q;
 }
 
-// ---------------------------------------------------------------------------
-
-// Random polygons with holes, small input angles, offsets: the run ends, the
-// mesh is a valid constrained Delaunay triangulation, the zone keeps its area,
-// the pieces cover their parents, the bounds hold except where exempt, and
-// every new point lies on the planar surface.
+// Random polygons with holes, small input angles, offsets: the run ends with a valid mesh,
+// and the bounds hold except where exempt; every new point lies on the planar surface.
 TEST(Mesh, RandomPolygonsWithHolesMeetBounds)
 {
 	struct Case
 	{
 		unsigned seed;
 		int numHoles;
-		double spikeDeg;
-		double offset;
-		double minAngle;
-		double maxEdge;
+		double spikeDeg, offset, minAngle, maxEdge;
 		bool bGrid;
 		ConstraintInsertionStrategy cis = CIS_CONSTRAINED_DELAUNAY;
 		bool bFrame = true;
@@ -362,10 +318,8 @@ TEST(Mesh, RandomPolygonsWithHolesMeetBounds)
 	}
 }
 
-// Grid pre-meshing alone (no bound asks for more): the pieces of every chopped
-// parent keep 0.7 grid lengths (2.5D), the grid points keep 0.4 grid lengths
-// from every constraint, the zone keeps its area; then refinement meets its
-// bounds from there.
+// Grid pre-meshing alone (no bound asks for more): chopped pieces keep 0.7 grid lengths
+// (2.5D), grid points 0.4 grid lengths from every constraint; then the bounds are met.
 TEST(Mesh, GridPreMeshingChopsAndPlacesPointsWithRoom)
 {
 	const Vector2 aDirections[] = {Vector2(1, 0, 0), Vector2(1, 1, 0), Vector2(0.3, -1, 0), Vector2(-2e-200, 7e-201, 0)};
@@ -398,7 +352,7 @@ TEST(Mesh, GridPreMeshingChopsAndPlacesPointsWithRoom)
 		{
 			if(sBefore.count(p) != 0 || s.dt.isConstraint(p)) continue;
 			++numGridPoints;
-			for(ConstraintSegment2* pPiece : vAlive) ASSERT_GE(sqDistToSegment(*p, *pPiece->getSrc(), *pPiece->getTrg()), 0.1599 * gridLength * gridLength);
+			for(ConstraintSegment2* pPiece : vAlive) ASSERT_GE(sqDistanceToSegment2D(*p, *pPiece->getSrc(), *pPiece->getTrg()), 0.1599 * gridLength * gridLength);
 		}
 		EXPECT_GT(numChopped, 5u);
 		EXPECT_GT(numGridPoints * gridLength * gridLength, 0.2 * mpq_class(areaBefore / 2).get_d());
@@ -413,9 +367,8 @@ TEST(Mesh, GridPreMeshingChopsAndPlacesPointsWithRoom)
 	}
 }
 
-// splitAndRemovePrev: the free vertices that refinement inserted strictly
-// within the new vertex's distance to the piece's first end are gone, every
-// other vertex stays, and the mesh is a valid constrained Delaunay one.
+// splitAndRemovePrev: the free vertices that refinement inserted strictly within the new
+// vertex's distance to the piece's first end are gone, all others stay, the mesh is valid.
 TEST(Mesh, SplitAndRemovePrevClearsTheRoomOfTheSplit)
 {
 	for(unsigned seed = 71; seed < 75; ++seed)
@@ -450,8 +403,7 @@ TEST(Mesh, SplitAndRemovePrevClearsTheRoomOfTheSplit)
 	}
 }
 
-// With splitting disallowed no constraint piece changes; locked segments stay
-// whole while their neighbours are split.
+// Without splitting no constraint piece changes; locked segments stay whole beside split ones.
 TEST(Mesh, NoSplitWhenDisallowedAndLockedSegmentsStayWhole)
 {
 	for(unsigned seed = 11; seed < 14; ++seed)
@@ -505,19 +457,8 @@ std::string goldenText(const std::string& name)
 TEST(Mesh, BadInputIsRefusedWithAMessageAndChangesNothing)
 {
 	MeshSetup s(randomScene(21, 3, 0.0, 0.0, true));
-	auto snapshot = [&]() {
-		std::vector<Triangle2*> vT;
-		s.dt.getTrianglePointers(vT);
-		std::set<std::vector<double>> sT;
-		for(Triangle2* pT : vT)
-		{
-			std::vector<double> v;
-			for(int i = 0; i < 3; ++i) v.insert(v.end(), {pT->getCorner(i)->x(), pT->getCorner(i)->y(), pT->getCorner(i)->z()});
-			sT.insert(v);
-		}
-		return sT;
-	};
-	const std::set<std::vector<double>> sBefore(snapshot());
+	auto snapshot = [&]() { return triangleKeys(s.dt); };
+	const std::set<TriangleKey> sBefore(snapshot());
 	const double NaN(std::numeric_limits<double>::quiet_NaN());
 	std::string text;
 	auto attempt = [&](const std::string& what, std::function<void(MeshGenParams&)> setBad) {
@@ -546,7 +487,7 @@ TEST(Mesh, BadInputIsRefusedWithAMessageAndChangesNothing)
 	std::vector<Segment2> vOther{Segment2(Point2(20, 20, 0), Point2(21, 20, 0)), Segment2(Point2(21, 20, 0), Point2(21, 21, 0)),
 		Segment2(Point2(21, 21, 0), Point2(20, 20, 0))};
 	Zone2* pTwoGraphs(s.dt.createZone(std::vector<ConstraintGraph2*>{s.pGraph, s.dt.createConstraint(vOther, CIS_CONSTRAINED_DELAUNAY, true)}, ZL_INSIDE, false));
-	const std::set<std::vector<double>> sWithOther(snapshot());
+	const std::set<TriangleKey> sWithOther(snapshot());
 	MeshGenParams twoGraphs(pTwoGraphs);
 	text += "== two graphs\n" + captureStdout([&]() { s.dt.refineAdvanced(&twoGraphs); });
 	EXPECT_TRUE(snapshot() == sWithOther);
@@ -651,11 +592,9 @@ TEST(Mesh, VerboseRunReportsAndDrawsItsDecisions)
 	EXPECT_TRUE(picture.good() || std::ifstream("need_1_quality25.ps").good());
 }
 
-// With a height guide the circumcentres take the guide's surface (here the
-// scene's plane with a bump), the split points the heights of their
-// constraint's ends. A guide lifted far above the border cannot give short
-// edges at the border: the run ends with a message, and the triangles of
-// guided corners alone meet the bound.
+// With a height guide new interior points take the guide's heights (the plane with a bump).
+// A guide lifted far above the border cannot give short edges there: the run ends with a
+// message, and the triangles of guided corners alone meet the bound.
 TEST(Mesh, HeightGuideGivesTheHeightsOfNewInteriorPoints)
 {
 	for(double lift : {0.0, 1000.0})
