@@ -2,6 +2,7 @@
 #include "ConstraintGraph2.h"
 #include "ConstraintMgr.h"
 #include "Dt2.h"
+#include "InnerVtxMgr.h"
 #include "tools.h"
 #include <atomic>
 #include <cmath>
@@ -122,6 +123,18 @@ Point2* ConstraintSegment2::insertAndSplit(const Point2& splitPoint)
 	}
 	pOwnerDt->bfsFlipIncident(pSplit);
 	return pSplit;
+}
+
+bool ConstraintSegment2::splitAndRemovePrev(const Point2& splitPoint)
+{
+	Point2* pSplit(insertAndSplit(splitPoint));
+	if(pSplit == nullptr) return false;
+	MIREL_ASSERT(!sOwners.empty());
+	Dt2* pDt(pMgr->getDt2());
+	InnerVtxMgr* pInnerVtxMgr(pDt->getInnerVtxMgr());
+	pInnerVtxMgr->addInsertedVertex(pSplit, sqDistance2D(*p0, *pSplit));
+	pInnerVtxMgr->removePreviouslyInsertedVertices(pDt, pSplit);
+	return true;
 }
 
 std::ostream& operator<<(std::ostream& stream, const ConstraintSegment2& cseg)

@@ -45,6 +45,11 @@ public:
 	// Inserts splitPoint into the triangulation and splits this segment there;
 	// null when the point coincides with an endpoint.
 	Point2* insertAndSplit(const Point2& splitPoint);
+	// insertAndSplit; then the free vertices that quality meshing inserted
+	// closer to the new vertex than p0 is are removed, so that a later
+	// refinement starts from clean room around the split. False when the
+	// point coincides with an endpoint (nothing changes then).
+	bool splitAndRemovePrev(const Point2& splitPoint);
 	// Splits at an existing vertex, computing no coordinates.
 	bool split_combinatorialOnly(Point2* pSplit);
 	// The one way a split point of this segment goes into the triangulation:

@@ -355,8 +355,14 @@ public:
 	void refineMain3(MeshGenParams* pParams);
 	// The vertices that refinement put on constraint segments.
 	InnerVtxMgr* getInnerVtxMgr();
+	// During a run with a height guide: whether an edge of pT climbs by at
+	// least the triangle's longest 2D edge (sqLongest2D, squared) to a vertex
+	// whose height differs from the guide's by at least that much as well.
+	bool isAtHeightJump(Triangle2* pT, double sqLongest2D);
 
 private:
+	// Grid pre-meshing places its points with the refinement's own split and height rules.
+	friend class GridMesher;
 	enum EncroachResult
 	{
 		ENCROACH_NONE,
@@ -375,8 +381,8 @@ private:
 	bool isSplittable(Triangle2* pT, int i, MeshGenParams* pParams);
 	bool splitForRefinement(RefCand3* pRC, Triangle2* pT, int i, MeshGenParams* pParams);
 	bool splitConstraintEdge(Triangle2* pT, int i, MeshGenParams* pParams);
-	bool findCollinearSplitPoint(const Point2& p1, const Point2& p2, Point2& splitPoint);
-	bool isInsideEdgeNeighbourhood(Triangle2* pT, int i, const Point2& q);
+	bool findCollinearSplitPoint(const Point2& p1, const Point2& p2, const Point2& target, Point2& splitPoint);
+	bool findEdgeNeighbourhoodPoint(Triangle2* pT, int i, Point2& q);
 	bool insertVertexForRefinement(Point2* pNewVtx, Triangle2* pContainingTriangle);
 	void destroyMeshingMachinery();
 

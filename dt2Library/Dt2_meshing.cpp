@@ -4,6 +4,7 @@
 #include "ConstraintGraph2.h"
 #include "ConstraintSegment2.h"
 #include "Dt2.h"
+#include "GridMesher.h"
 #include "InnerVtxMgr.h"
 #include "MeshGenParams.h"
 #include "Mirel_2D.h"
@@ -15,6 +16,8 @@
 #include <iostream>
 #include <limits>
 #include <sstream>
+#include <unordered_map>
+#include <unordered_set>
 
 namespace MIREL25D {
 
@@ -36,6 +39,10 @@ struct RefineWork
 	std::vector<Triangle2*> vCavityT;
 	size_t numInserted = 0;
 	size_t maxInserted = 0;
+	// With a height guide: each vertex's height difference to the guide, and
+	// the vertices at which a triangle was left for that difference.
+	std::unordered_map<Point2*, double> mGuideGap;
+	std::unordered_set<Point2*> sJumpVertices;
 };
 
 InnerVtxMgr* Dt2::getInnerVtxMgr()
@@ -69,10 +76,15 @@ void Dt2::refineMain3(MeshGenParams* pParams)
 	if(!refineMain2(pParams)) return;
 	Zone2* pZone(pParams->pZone);
 
-	MIREL_ASSERT(pmmAng2RC==0);
-	pmmAng2RC = new RefCandQueue();
 	pRefineWork = new RefineWork(pParams, pZone->getConstraintGraph());
 	pRefineWork->maxInserted = computeInsertionLimit(pParams);
+	if(pParams->gridLength > 0.0 && (pParams->gridVector.x() != 0.0 || pParams->gridVector.y() != 0.0))
+	{
+		GridMesher gridMesher(this, pParams);
+		pRefineWork->numInserted += gridMesher.run(pRefineWork->maxInserted);
+	}
+	MIREL_ASSERT(pmmAng2RC==0);
+	pmmAng2RC = new RefCandQueue();
 
 	bool bLimitReached(false);
 	for(int numPasses = 0;;)
@@ -92,6 +104,12 @@ void Dt2::refineMain3(MeshGenParams* pParams)
 		++numPasses;
 		if(!bInserted || numPasses >= MAX_PASSES || bLimitReached) break;
 	}
+	if(!pRefineWork->sJumpVertices.empty())
+	{
+		sendWarning("Dt2::refineMain3()", "at " + std::to_string(pRefineWork->sJumpVertices.size()) +
+											  " vertices the height guide differs from the vertex height by more than the triangles there are long; "
+											  "their edge-length and angle bounds are not met (new points there would only make them longer and steeper)");
+	}
 	if(bLimitReached)
 	{
 		sendWarning("Dt2::refineMain3()", "refinement stopped after " + std::to_string(pRefineWork->numInserted) +
@@ -101,6 +119,35 @@ void Dt2::refineMain3(MeshGenParams* pParams)
 	pmmAng2RC = nullptr;
 	delete pRefineWork;
 	pRefineWork = nullptr;
+}
+
+// A vertex whose height differs from the guide's by g: every point the guide
+// gives near it lies about g above or below it, so an edge that climbs from
+// it by at least the triangle's size, in a triangle smaller than g, only gets
+// longer and steeper in 2.5D when the triangle is split.
+bool Dt2::isAtHeightJump(Triangle2* pT, double sqLongest2D)
+{
+	Mirel_2D* pGuide(pRefineWork->pParams->pHeightGuide);
+	auto hasLargeGap = [&](Point2* pVtx) {
+		std::unordered_map<Point2*, double>::iterator it(pRefineWork->mGuideGap.find(pVtx));
+		if(it == pRefineWork->mGuideGap.end())
+		{
+			double guideHeight(0.0);
+			double gap(pGuide->getHeight(pVtx->x(), pVtx->y(), guideHeight, nullptr, 0.0) ? std::fabs(pVtx->z() - guideHeight) : 0.0);
+			it = pRefineWork->mGuideGap.insert(std::make_pair(pVtx, gap)).first;
+		}
+		if(!(it->second > 0.0 && it->second * it->second >= sqLongest2D)) return false;
+		pRefineWork->sJumpVertices.insert(pVtx);
+		return true;
+	};
+	for(int i = 0; i < 3; ++i)
+	{
+		Point2* pA(pT->getCorner(nextIndex(i)));
+		Point2* pB(pT->getCorner(prevIndex(i)));
+		double dz(pA->z() - pB->z());
+		if(dz * dz >= sqLongest2D && (hasLargeGap(pA) || hasLargeGap(pB))) return true;
+	}
+	return false;
 }
 
 bool Dt2::refineMain2(MeshGenParams* pParams)
@@ -248,7 +295,9 @@ bool Dt2::tryRefine(RefCand3* pRC, MeshGenParams* pParams)
 	}
 	Point2* pNewVtx(newVertex());
 	pNewVtx->set(cc.x(), cc.y(), height, -1);
-	return insertVertexForRefinement(pNewVtx, pRC->getReachedTriangle());
+	if(!insertVertexForRefinement(pNewVtx, pRC->getReachedTriangle())) return false;
+	getInnerVtxMgr()->addFreeVertex(pNewVtx);
+	return true;
 }
 
 bool Dt2::getRefinementHeight(double x, double y, Triangle2* pContainingT, MeshGenParams* pParams, double& height)
@@ -338,7 +387,8 @@ bool Dt2::splitConstraintEdge(Triangle2* pT, int i, MeshGenParams* /*pParams*/)
 		}
 		return false;
 	}
-	if(!findCollinearSplitPoint(*p1, *p2, splitPoint) && !isInsideEdgeNeighbourhood(pT, i, splitPoint))
+	const Point2 midpoint(splitPoint);
+	if(!findCollinearSplitPoint(*p1, *p2, midpoint, splitPoint) && !findEdgeNeighbourhoodPoint(pT, i, splitPoint))
 	{
 		sendWarning("Dt2::tryRefine()", "no appropriate splitPoint in double precision arithmetic for a triangle");
 		return false;
@@ -379,30 +429,30 @@ double spacingAt(double v)
 }
 } // namespace
 
-// The rounded midpoint is often exactly on the edge. Otherwise its ulp
-// neighbourhood is tried, then the doubles exactly on the line: on a grid of
-// spacing (ux, uy) the segment holds gcd(DX, DY) - 1 such points between its
-// ends, DX and DY being its extent in grid steps.
-bool Dt2::findCollinearSplitPoint(const Point2& p1, const Point2& p2, Point2& splitPoint)
+// A double point on the piece p1-p2, exactly collinear, close to target
+// (which lies on or next to the piece). Often target itself is one;
+// otherwise its ulp neighbourhood is tried, then the doubles exactly on the
+// line: on a grid of spacing (ux, uy) the segment holds gcd(DX, DY) - 1 such
+// points between its ends, DX and DY being its extent in grid steps.
+bool Dt2::findCollinearSplitPoint(const Point2& p1, const Point2& p2, const Point2& target, Point2& splitPoint)
 {
 	const int aSteps[] = {0, -1, 1};
 	double minX(std::min(p1.x(), p2.x())), maxX(std::max(p1.x(), p2.x()));
 	double minY(std::min(p1.y(), p2.y())), maxY(std::max(p1.y(), p2.y()));
-	double midX(0.5 * (p1.x() + p2.x())), midY(0.5 * (p1.y() + p2.y())), midZ(0.5 * (p1.z() + p2.z()));
 	auto isOnPiece = [&](double x, double y) {
 		if(x < minX || x > maxX || y < minY || y > maxY) return false;
-		Point2 q(x, y, midZ);
+		Point2 q(x, y, target.z());
 		if(q == p1 || q == p2) return false;
 		return geomTest.getOrientation2(&p1, &p2, &q) == ORIENTATION2_COLLINEAR;
 	};
 	for(int sx : aSteps)
 	{
-		double x(sx == 0 ? midX : std::nextafter(midX, sx < 0 ? -HUGE_VAL : HUGE_VAL));
+		double x(sx == 0 ? target.x() : std::nextafter(target.x(), sx < 0 ? -HUGE_VAL : HUGE_VAL));
 		for(int sy : aSteps)
 		{
-			double y(sy == 0 ? midY : std::nextafter(midY, sy < 0 ? -HUGE_VAL : HUGE_VAL));
+			double y(sy == 0 ? target.y() : std::nextafter(target.y(), sy < 0 ? -HUGE_VAL : HUGE_VAL));
 			if(!isOnPiece(x, y)) continue;
-			splitPoint = Point2(x, y, midZ);
+			splitPoint = Point2(x, y, target.z());
 			return true;
 		}
 	}
@@ -417,17 +467,20 @@ bool Dt2::findCollinearSplitPoint(const Point2& p1, const Point2& p2, Point2& sp
 	long long g(gcdOf(dX, dY));
 	if(g < 2) return false;
 	long long stepX(dX / g), stepY(dY / g);
-	// The lattice points nearest to the middle first.
-	for(long long d = 0; d < 8 && d <= g / 2; ++d)
+	double sqLen(sqDistance2D(p1, p2));
+	double ratio(std::sqrt(sqDistance2D(p1, target) / sqLen));
+	long long kCentre(std::max(0LL, std::min(g, std::llround(ratio * double(g)))));
+	// The lattice points nearest to the target first.
+	for(long long d = 0; d < 8; ++d)
 	{
 		for(int sign = 0; sign < 2; ++sign)
 		{
-			long long k(g / 2 + (sign == 0 ? d : -d - 1));
+			long long k(kCentre + (sign == 0 ? d : -d - 1));
 			if(k <= 0 || k >= g) continue;
 			double x((ix1 + double(k * stepX)) * ux);
 			double y((iy1 + double(k * stepY)) * uy);
 			if(!isOnPiece(x, y)) continue;
-			double t(sqDistance2D(p1, Point2(x, y, 0.0)) / sqDistance2D(p1, p2));
+			double t(sqDistance2D(p1, Point2(x, y, 0.0)) / sqLen);
 			splitPoint = Point2(x, y, p1.z() + std::sqrt(t) * (p2.z() - p1.z()));
 			return true;
 		}
@@ -435,23 +488,39 @@ bool Dt2::findCollinearSplitPoint(const Point2& p1, const Point2& p2, Point2& sp
 	return false;
 }
 
-// Where no double lies exactly on the piece, its rounded midpoint (off the
-// line by less than one unit in the last place) is used if it lies strictly
-// inside the two triangles beside the edge, so that the bent pieces cannot
-// reach past the edge's neighbourhood (on the hull: beyond the edge).
-bool Dt2::isInsideEdgeNeighbourhood(Triangle2* pT, int i, const Point2& q)
+// Where no double lies exactly on the piece, a point next to it (the rounded
+// target or one of its ulp neighbours) is used if it lies strictly inside the
+// two triangles beside the edge, so that the bent pieces cannot reach past
+// the edge's neighbourhood. On the hull the bend must go outwards or nowhere:
+// an inward bend would leave a sliver between the pieces and the old hull
+// edge that no flip removes and no later split can enter.
+bool Dt2::findEdgeNeighbourhoodPoint(Triangle2* pT, int i, Point2& q)
 {
 	Triangle2* pOpp(pT->getOppositeTriangle(i));
 	Point2* a(pT->getCorner(i));
 	Point2* b(pT->getCorner(nextIndex(i)));
 	Point2* d(pT->getCorner(prevIndex(i)));
-	// A hull edge has nothing beyond it: q may bend the hull outwards.
-	if(pOpp == nullptr) return geomTest.getOrientation2(a, b, &q) == ORIENTATION2_CCW && geomTest.getOrientation2(d, a, &q) == ORIENTATION2_CCW;
-	int j(pOpp->getIntraTriangleIndex(pT));
-	Point2* c(pOpp->getCorner(j));
-	// The quad a, b, c, d is counterclockwise; q must be strictly left of each side.
-	return geomTest.getOrientation2(a, b, &q) == ORIENTATION2_CCW && geomTest.getOrientation2(b, c, &q) == ORIENTATION2_CCW &&
-		   geomTest.getOrientation2(c, d, &q) == ORIENTATION2_CCW && geomTest.getOrientation2(d, a, &q) == ORIENTATION2_CCW;
+	Point2* c(pOpp == nullptr ? nullptr : pOpp->getCorner(pOpp->getIntraTriangleIndex(pT)));
+	auto isStrictlyLeft = [&](Point2* from, Point2* to, const Point2& r) { return geomTest.getOrientation2(from, to, &r) == ORIENTATION2_CCW; };
+	auto isInside = [&](const Point2& r) {
+		if(!isStrictlyLeft(a, b, r) || !isStrictlyLeft(d, a, r)) return false;
+		if(pOpp == nullptr) return !isStrictlyLeft(b, d, r);
+		// The quad a, b, c, d is counterclockwise; r must be strictly left of each side.
+		return isStrictlyLeft(b, c, r) && isStrictlyLeft(c, d, r);
+	};
+	const int aSteps[] = {0, -1, 1};
+	for(int sx : aSteps)
+	{
+		double x(sx == 0 ? q.x() : std::nextafter(q.x(), sx < 0 ? -HUGE_VAL : HUGE_VAL));
+		for(int sy : aSteps)
+		{
+			Point2 r(x, sy == 0 ? q.y() : std::nextafter(q.y(), sy < 0 ? -HUGE_VAL : HUGE_VAL), q.z());
+			if(!isInside(r)) continue;
+			q = r;
+			return true;
+		}
+	}
+	return false;
 }
 
 bool Dt2::insertVertexForRefinement(Point2* pNewVtx, Triangle2* pContainingTriangle)

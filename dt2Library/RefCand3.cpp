@@ -114,6 +114,8 @@ int RefCand3::walkUntilConstraint(GeomTest* pGeomTest)
 	if(result == LOC_STOPPED) return e;
 	// The walk names a hull edge for a point on it: the point is in the mesh.
 	if(isBeyondHull(result) && pGeomTest->getOrientation2(pCur, int(result), &circumcenter) == ORIENTATION2_COLLINEAR) return WALK_INSIDE;
+	// Beyond a hull edge that is a constraint: that constraint blocks the way.
+	if(isBeyondHull(result) && pDt->isConstraint(pCur, int(result))) return int(result);
 	// Beyond the hull, or onto an existing vertex: nothing to insert.
 	return WALK_FAILED;
 }
@@ -147,12 +149,12 @@ bool RefCand3::isSafe(GeomTest* pGeomTest)
 	return false;
 }
 
-// Size bounds: edge length, area, growth against the neighbours.
-RefCand3::Reason RefCand3::hitsSizeBound(MeshGenParams* pParams)
+// Size bounds: edge length (unless bEdgeBound is false), area, growth against the neighbours.
+RefCand3::Reason RefCand3::hitsSizeBound(MeshGenParams* pParams, bool bEdgeBound)
 {
 	double maxEdgeLength(pParams->getMaxEdgeLength(pT));
 	double maxTriangleArea(pParams->getMaxTriangleArea(pT));
-	if(std::sqrt(aSqLen25D[2]) > maxEdgeLength) return REASON_EDGE;
+	if(bEdgeBound && std::sqrt(aSqLen25D[2]) > maxEdgeLength) return REASON_EDGE;
 	if(maxTriangleArea != LARGEST && pT->getArea25D() > maxTriangleArea) return REASON_AREA;
 	if(pParams->growFactor == LARGEST || !(pParams->growFactor > 0.0)) return REASON_NONE;
 	double a(std::sqrt(aSqLen25D[0])), b(std::sqrt(aSqLen25D[1])), c(std::sqrt(aSqLen25D[2]));
@@ -230,55 +232,48 @@ void RefCand3::computeEdgeLengths()
 	std::sort(aSqLen25D, aSqLen25D + 3);
 }
 
+// A triangle at a height jump (Dt2::isAtHeightJump) is left to the edge and
+// angle bounds: smaller triangles there only get longer and steeper in 2.5D.
 RefCand3::Reason RefCand3::findReason(MeshGenParams* pParams)
 {
-	Reason sizeReason(hitsSizeBound(pParams));
+	const bool bGuided(pParams->pHeightGuide != nullptr);
+	Reason sizeReason(hitsSizeBound(pParams, true));
+	if(sizeReason == REASON_EDGE && bGuided && pDt->isAtHeightJump(pT, aSqLen2D[2])) sizeReason = hitsSizeBound(pParams, false);
 	if(sizeReason != REASON_NONE) return sizeReason;
 	if(hasSmallConstraintCorner(pParams->minAngleDegree)) return REASON_NONE;
 	if(!(pParams->minAngleDegree > minAngleKey)) return REASON_NONE;
 	double minAngle2D(std::min(pT->getInteriorAngle2D(0), std::min(pT->getInteriorAngle2D(1), pT->getInteriorAngle2D(2))));
 	if(minAngle2D > 29.5) return REASON_NONE;
+	if(bGuided && pDt->isAtHeightJump(pT, aSqLen2D[2])) return REASON_NONE;
 	return REASON_ANGLE;
 }
 
 void RefCand3::reportReason(Reason reason)
 {
+	std::ostringstream rawText;
+	const char* suffix(nullptr);
 	switch(reason)
 	{
 		case REASON_EDGE:
-			{
-			std::ostringstream rawText;
-			rawText << "RefC: sidelength is " << std::sqrt(aSqLen25D[2]) << "\n";
-			sendRawText(rawText.str());
-		}
-			showSituation("_sidelen.ps");
+			rawText << "RefC: sidelength is " << std::sqrt(aSqLen25D[2]);
+			suffix = "_sidelen.ps";
 			break;
 		case REASON_AREA:
-			{
-			std::ostringstream rawText;
-			rawText << "RefC: area" << "\n";
-			sendRawText(rawText.str());
-		}
-			showSituation("_area.ps");
+			rawText << "RefC: area";
+			suffix = "_area.ps";
 			break;
 		case REASON_GROWTH:
-			{
-			std::ostringstream rawText;
-			rawText << "RefC: growth" << "\n";
-			sendRawText(rawText.str());
-		}
-			showSituation("_growth.ps");
+			rawText << "RefC: growth";
+			suffix = "_growth.ps";
 			break;
 		case REASON_ANGLE:
-			{
-			std::ostringstream rawText;
-			rawText << "RefC: minAngle, current=" << minAngleKey << "\n";
-			sendRawText(rawText.str());
-		}
-			showSituation("_quality25.ps");
+			rawText << "RefC: minAngle, current=" << minAngleKey;
+			suffix = "_quality25.ps";
 			break;
-		default: break;
+		default: return;
 	}
+	sendRawText(rawText.str() + "\n");
+	showSituation(suffix);
 }
 
 void RefCand3::showSituation(const char* suffix) const

@@ -64,7 +64,7 @@ private:
 	Reason findReason(MeshGenParams* pParams);
 	void reportReason(Reason reason);
 	bool isBlocked(MeshGenParams* pParams);
-	Reason hitsSizeBound(MeshGenParams* pParams);
+	Reason hitsSizeBound(MeshGenParams* pParams, bool bEdgeBound);
 	bool hasSmallConstraintCorner(double minAngleDegree) const;
 	void showSituation(const char* suffix) const;
 
