@@ -2,7 +2,7 @@
 // rational predicates, no library predicate): counterclockwise triangles,
 // mutual neighbour links, valid incident triangles, the exact empty-circle
 // property, the count 2n-2-h and the handles; over random and degenerate
-// batches, after removals interleaved with insertions, and for the queries.
+// batches, after removals down to the last vertices, and for the queries.
 #include "test_support.h"
 #include <cmath>
 

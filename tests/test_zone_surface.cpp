@@ -1,9 +1,9 @@
 // Surface operations of zones, checked by properties: the mesh stays a valid
 // triangulation of the same places with its constraint pieces as edges (the
-// exact validator), triangles outside the zone keep their corners and neighbours, x and y
-// stay where only heights may change, and the measured quantities (roughness,
-// volume, summed normal angles, computed here independently in long double)
-// move the right way. The statistics text is compared with a golden file.
+// exact validator), triangles outside the zone keep their corners and
+// neighbours, x and y stay where only heights may change, and the measured
+// quantities (roughness and summed normal angles, computed here independently
+// in long double) move the right way. The statistics text is a golden file.
 #include "ConstraintGraph2.h"
 #include "ConstraintSegment2.h"
 #include "Mirel_2D.h"
