@@ -128,9 +128,7 @@ mpq_class exactZoneArea(Zone2* pZone)
 mpq_class exactRingsArea(const MeshScene& scene)
 {
 	mpq_class sum(0);
-	for(const std::vector<Point2>& vRing : scene.vRings)
-		for(size_t i = 0; i < vRing.size(); ++i)
-			sum += mpq_class(vRing[i].x()) * vRing[(i + 1) % vRing.size()].y() - mpq_class(vRing[(i + 1) % vRing.size()].x()) * vRing[i].y();
+	for(const std::vector<Point2>& vRing : scene.vRings) sum += meshcheck::ringArea2(vRing);
 	return sum;
 }
 
@@ -458,7 +456,7 @@ TEST(Mesh, BadInputIsRefusedWithAMessageAndChangesNothing)
 {
 	MeshSetup s(randomScene(21, 3, 0.0, 0.0, true));
 	auto snapshot = [&]() { return triangleKeys(s.dt); };
-	const std::set<TriangleKey> sBefore(snapshot());
+	const auto sBefore(snapshot());
 	const double NaN(std::numeric_limits<double>::quiet_NaN());
 	std::string text;
 	auto attempt = [&](const std::string& what, std::function<void(MeshGenParams&)> setBad) {
@@ -487,7 +485,7 @@ TEST(Mesh, BadInputIsRefusedWithAMessageAndChangesNothing)
 	std::vector<Segment2> vOther{Segment2(Point2(20, 20, 0), Point2(21, 20, 0)), Segment2(Point2(21, 20, 0), Point2(21, 21, 0)),
 		Segment2(Point2(21, 21, 0), Point2(20, 20, 0))};
 	Zone2* pTwoGraphs(s.dt.createZone(std::vector<ConstraintGraph2*>{s.pGraph, s.dt.createConstraint(vOther, CIS_CONSTRAINED_DELAUNAY, true)}, ZL_INSIDE, false));
-	const std::set<TriangleKey> sWithOther(snapshot());
+	const auto sWithOther(snapshot());
 	MeshGenParams twoGraphs(pTwoGraphs);
 	text += "== two graphs\n" + captureStdout([&]() { s.dt.refineAdvanced(&twoGraphs); });
 	EXPECT_TRUE(snapshot() == sWithOther);
