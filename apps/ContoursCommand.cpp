@@ -104,14 +104,6 @@ void contours(const ParsedOptions& opts, Summary& summary)
 }
 } // namespace
 
-std::string helpContours()
-{
-	return formatOptions(optionSpecs());
-}
-
-int runContours(const std::vector<std::string>& vArgs)
-{
-	return runCommand("contours", "INPUT (--interval H [--base B] | --heights H1,H2,..) [OPTIONS]", optionSpecs(), vArgs, contours);
-}
+const Command contoursCommand{"contours", "contour lines at an interval or at listed heights", "INPUT (--interval H [--base B] | --heights H1,H2,..) [OPTIONS]", optionSpecs, contours};
 
 } // namespace mireltool

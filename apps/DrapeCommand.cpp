@@ -83,14 +83,6 @@ void drape(const ParsedOptions& opts, Summary& summary)
 }
 } // namespace
 
-std::string helpDrape()
-{
-	return formatOptions(optionSpecs());
-}
-
-int runDrape(const std::vector<std::string>& vArgs)
-{
-	return runCommand("drape", "INPUT --lines FILE [OPTIONS]", optionSpecs(), vArgs, drape);
-}
+const Command drapeCommand{"drape", "2D lines laid onto the terrain as 3D lines", "INPUT --lines FILE [OPTIONS]", optionSpecs, drape};
 
 } // namespace mireltool

@@ -14,6 +14,7 @@
 #include "CommandLine.h"
 #include "Commands.h"
 #include "GeoData.h"
+#include "TerrainModel.h"
 #include "Segment2.h"
 #include "freeFunctions.h"
 #include <algorithm>
@@ -294,8 +295,13 @@ void writeKnownValues(const Site& site, const KnownVolumes& known, const std::st
 	file.commit();
 }
 
-int generate(const std::string& folder, int numCells, unsigned seed, bool bJson)
+void generate(const ParsedOptions& opts, Summary& summary)
 {
+	if(!opts.getPositional().empty()) throw UsageError{"generate takes no input file ('" + opts.getPositional()[0] + "')"};
+	const std::string folder(opts.get("output-dir", DEFAULT_OUTPUT_FOLDER));
+	if(folder.empty()) throw UsageError{"--output-dir needs a folder name"};
+	const int numCells(int(opts.getInteger("size", 200, 20, 20000)));
+	const unsigned seed(unsigned(opts.getInteger("seed", 1, 1, 2147483647LL)));
 	if(!haveGdal()) throw InputError{"generate writes GeoTIFF and GeoPackage files, and this mirel was built without GDAL"};
 	prepareOutputFolder(folder);
 	const Site site(numCells);
@@ -314,72 +320,19 @@ int generate(const std::string& folder, int numCells, unsigned seed, bool bJson)
 	const KnownVolumes known(knownVolumes(site));
 	writeKnownValues(site, known, folder);
 
-	const char* aFiles[] = {"dem.tif", "design.tif", "site.gpkg", "breaklines.gpkg", "stakeout.gpkg", "roads.gpkg", "known_values.txt"};
-	std::ostringstream oss;
-	oss << std::setprecision(17);
-	if(bJson)
-	{
-		oss << "{\"command\":\"generate\",\"folder\":\"" << folder << "\",\"cells\":" << numCells << ",\"cell_size\":" << CELL << ",\"crs\":\"EPSG:" << EPSG_ETRS89_UTM32N
-			<< "\",\"files\":[";
-		for(size_t i = 0; i < sizeof(aFiles) / sizeof(aFiles[0]); ++i) oss << (i ? "," : "") << "\"" << aFiles[i] << "\"";
-		oss << "],\"cut_volume\":" << known.cut << ",\"fill_volume\":" << known.fill << ",\"cut_area\":" << known.cutArea << ",\"fill_area\":" << known.fillArea
-			<< "}\n";
-	}
-	else
-	{
-		oss << "mirel generate: synthetic site, " << numCells << " x " << numCells << " cells of " << CELL << " m, EPSG:" << EPSG_ETRS89_UTM32N << ", in " << folder << "\n";
-		for(const char* name : aFiles) oss << "  " << name << "\n";
-		oss << "  known cut " << known.cut << " m3 over " << known.cutArea << " m2, fill " << known.fill << " m3 over " << known.fillArea << " m2\n";
-	}
-	std::cout << oss.str() << std::flush;
-	return EXIT_OK;
+	summary.addText("folder", folder);
+	summary.addCount("cells_per_side", (unsigned long long)numCells);
+	summary.add("cell_size", CELL);
+	summary.addText("crs", "EPSG:" + std::to_string(EPSG_ETRS89_UTM32N));
+	summary.addText("files", "dem.tif design.tif site.gpkg breaklines.gpkg stakeout.gpkg roads.gpkg known_values.txt");
+	summary.add("cut_volume", known.cut);
+	summary.add("cut_area", known.cutArea);
+	summary.add("fill_volume", known.fill);
+	summary.add("fill_area", known.fillArea);
 }
 } // namespace
 
-std::string helpGenerate()
-{
-	return formatOptions(optionSpecs());
-}
-
-int runGenerate(const std::vector<std::string>& vArgs)
-{
-	std::string folder;
-	int numCells(0);
-	unsigned seed(1);
-	bool bJson(false);
-	try
-	{
-		ParsedOptions opts(parseOptions(optionSpecs(), vArgs));
-		if(opts.has("help"))
-		{
-			std::cout << "Usage: mirel generate [OPTIONS]\n\nOptions:\n" << helpGenerate();
-			return EXIT_OK;
-		}
-		if(!opts.getPositional().empty()) throw UsageError{"generate takes no input file ('" + opts.getPositional()[0] + "')"};
-		folder = opts.get("output-dir", DEFAULT_OUTPUT_FOLDER);
-		if(folder.empty()) throw UsageError{"--output-dir needs a folder name"};
-		numCells = int(opts.getInteger("size", 200, 20, 20000));
-		seed = unsigned(opts.getInteger("seed", 1, 1, 2147483647LL));
-		bJson = opts.has("json");
-	}
-	catch(const UsageError& e)
-	{
-		printError(e.message + " (see mirel --help)");
-		return EXIT_USAGE;
-	}
-	try
-	{
-		return generate(folder, numCells, seed, bJson);
-	}
-	catch(const InputError& e)
-	{
-		printError(e.message);
-	}
-	catch(const OutputError& e)
-	{
-		printError(e.message);
-	}
-	return EXIT_FAILED;
-}
+const Command generateCommand{"generate", "write the walkthrough's synthetic site: DEM and design surface (GeoTIFF), boundary, breaklines, points, roads",
+	"[OPTIONS]", optionSpecs, generate};
 
 } // namespace mireltool

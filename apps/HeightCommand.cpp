@@ -73,14 +73,6 @@ void height(const ParsedOptions& opts, Summary& summary)
 }
 } // namespace
 
-std::string helpHeight()
-{
-	return formatOptions(optionSpecs());
-}
-
-int runHeight(const std::vector<std::string>& vArgs)
-{
-	return runCommand("height", "INPUT --points FILE [OPTIONS]", optionSpecs(), vArgs, height);
-}
+const Command heightCommand{"height", "terrain heights at query points", "INPUT --points FILE [OPTIONS]", optionSpecs, height};
 
 } // namespace mireltool

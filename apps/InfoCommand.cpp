@@ -57,14 +57,6 @@ void info(const ParsedOptions& opts, Summary& summary)
 }
 } // namespace
 
-std::string helpInfo()
-{
-	return formatOptions(optionSpecs());
-}
-
-int runInfo(const std::vector<std::string>& vArgs)
-{
-	return runCommand("info", "INPUT [OPTIONS]", optionSpecs(), vArgs, info);
-}
+const Command infoCommand{"info", "extent, points, heights, duplicates and triangle angles of a terrain", "INPUT [OPTIONS]", optionSpecs, info};
 
 } // namespace mireltool

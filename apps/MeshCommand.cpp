@@ -69,14 +69,6 @@ void mesh(const ParsedOptions& opts, Summary& summary)
 }
 } // namespace
 
-std::string helpMesh()
-{
-	return formatOptions(optionSpecs());
-}
-
-int runMesh(const std::vector<std::string>& vArgs)
-{
-	return runCommand("mesh", "INPUT --boundary FILE [OPTIONS]", optionSpecs(), vArgs, mesh);
-}
+const Command meshCommand{"mesh", "quality mesh of the area inside a boundary, with holes and breaklines", "INPUT --boundary FILE [OPTIONS]", optionSpecs, mesh};
 
 } // namespace mireltool

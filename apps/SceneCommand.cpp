@@ -38,14 +38,6 @@ void scene(const ParsedOptions& opts, Summary& summary)
 }
 } // namespace
 
-std::string helpScene()
-{
-	return formatOptions(optionSpecs());
-}
-
-int runScene(const std::vector<std::string>& vArgs)
-{
-	return runCommand("scene", "INPUT [OPTIONS]", optionSpecs(), vArgs, scene);
-}
+const Command sceneCommand{"scene", "the terrain as a 3D scene for a web browser", "INPUT [OPTIONS]", optionSpecs, scene};
 
 } // namespace mireltool

@@ -210,19 +210,25 @@ private:
 };
 } // namespace
 
-int runCommand(const char* name, const char* usage, const std::vector<OptionDef>& vOptions, const std::vector<std::string>& vArgs, CommandBody body)
+std::string commandHelp(const Command& cmd)
 {
+	return std::string("Usage: mirel ") + cmd.name + " " + cmd.usage + "\n\n" + cmd.summary + "\n\nOptions:\n" + formatOptions(cmd.options());
+}
+
+int runCommand(const Command& cmd, const std::vector<std::string>& vArgs)
+{
+	const std::string name(cmd.name);
 	try
 	{
-		ParsedOptions opts(parseOptions(vOptions, vArgs));
+		ParsedOptions opts(parseOptions(cmd.options(), vArgs));
 		if(opts.has("help"))
 		{
-			std::cout << "Usage: mirel " << name << " " << usage << "\n\nOptions:\n" << formatOptions(vOptions);
+			std::cout << commandHelp(cmd);
 			return EXIT_OK;
 		}
 		Summary summary;
 		StdoutToStderr redirect(opts.has("json"));
-		body(opts, summary);
+		cmd.body(opts, summary);
 		redirect.restore();
 		summary.print(std::cout, name, opts.has("json"));
 		return EXIT_OK;

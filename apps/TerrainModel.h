@@ -4,6 +4,7 @@
 // itself, read into a triangulation with breaklines as constraints and a site
 // boundary as a zone.
 #include "CommandLine.h"
+#include "Commands.h"
 #include "GeoData.h"
 #include "Mirel_2D.h"
 #include <memory>
@@ -64,13 +65,6 @@ std::string stemOf(const std::string& path);
 // A vector output: --output if given (its folder is prepared), otherwise
 // DIR/NAME<suffix>.
 std::string vectorOutputPath(const ParsedOptions& opts, const CommonSettings& s, const std::string& suffix);
-
-// Parses the options, answers --help, runs the body, prints its summary and
-// maps the errors to exit codes: UsageError 2, InputError and OutputError 1.
-// With --json nothing but the JSON object reaches standard output (library
-// messages go to standard error).
-using CommandBody = void (*)(const ParsedOptions& opts, Summary& summary);
-int runCommand(const char* name, const char* usage, const std::vector<OptionDef>& vOptions, const std::vector<std::string>& vArgs, CommandBody body);
 
 // A terrain: its points triangulated, breaklines as constraints, a boundary's
 // polygons (outer rings and holes) as the zone. Every vertex of a breakline or

@@ -133,14 +133,6 @@ void triangulate(const ParsedOptions& opts, Summary& summary)
 }
 } // namespace
 
-std::string helpTriangulate()
-{
-	return formatOptions(optionSpecs());
-}
-
-int runTriangulate(const std::vector<std::string>& vArgs)
-{
-	return runCommand("triangulate", "[OPTIONS] [FILE]", optionSpecs(), vArgs, triangulate);
-}
+const Command triangulateCommand{"triangulate", "triangulate points (a file, or the built-in terrain) and write a drawing and a mesh", "[OPTIONS] [FILE]", optionSpecs, triangulate};
 
 } // namespace mireltool

@@ -178,14 +178,6 @@ void volume(const ParsedOptions& opts, Summary& summary)
 }
 } // namespace
 
-std::string helpVolume()
-{
-	return formatOptions(optionSpecs());
-}
-
-int runVolume(const std::vector<std::string>& vArgs)
-{
-	return runCommand("volume", "EXISTING DESIGN [--boundary FILE] [OPTIONS]", optionSpecs(), vArgs, volume);
-}
+const Command volumeCommand{"volume", "cut and fill volumes between two surfaces", "EXISTING DESIGN [--boundary FILE] [OPTIONS]", optionSpecs, volume};
 
 } // namespace mireltool

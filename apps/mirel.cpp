@@ -18,24 +18,15 @@
 using namespace mireltool;
 
 namespace {
-const Command aCommands[] = {
-	{"triangulate", "triangulate points (a file, or the built-in terrain) and write a drawing and a mesh", runTriangulate, helpTriangulate},
-	{"mesh", "quality mesh of the area inside a boundary, with holes and breaklines", runMesh, helpMesh},
-	{"contours", "contour lines at an interval or at listed heights", runContours, helpContours},
-	{"height", "terrain heights at query points", runHeight, helpHeight},
-	{"drape", "2D lines laid onto the terrain as 3D lines", runDrape, helpDrape},
-	{"volume", "cut and fill volumes between two surfaces", runVolume, helpVolume},
-	{"scene", "the terrain as a 3D scene for a web browser", runScene, helpScene},
-	{"info", "extent, points, heights, duplicates and triangle angles of a terrain", runInfo, helpInfo},
-	{"generate", "write the walkthrough's synthetic site: DEM and design surface (GeoTIFF), boundary, breaklines, points, roads", runGenerate, helpGenerate},
-};
+const Command* const aCommands[] = {&triangulateCommand, &meshCommand, &contoursCommand, &heightCommand, &drapeCommand, &volumeCommand, &sceneCommand,
+	&infoCommand, &generateCommand};
 const char* DEFAULT_COMMAND("triangulate");
 
 const Command* findCommand(const std::string& name)
 {
-	for(const Command& cmd : aCommands)
+	for(const Command* pCmd : aCommands)
 	{
-		if(name == cmd.name) return &cmd;
+		if(name == pCmd->name) return pCmd;
 	}
 	return nullptr;
 }
@@ -45,12 +36,12 @@ void printOverview()
 	std::cout << "mirel, exact 2.5D Delaunay triangulation (" << MIREL25D::getMirel2DVersion() << ")\n\n"
 			  << "Usage: mirel [COMMAND] [OPTIONS]\n\n"
 			  << "Commands:\n";
-	for(const Command& cmd : aCommands) std::cout << "  " << std::left << std::setw(16) << cmd.name << cmd.summary << "\n";
+	for(const Command* pCmd : aCommands) std::cout << "  " << std::left << std::setw(16) << pCmd->name << pCmd->summary << "\n";
 	std::cout << "  " << std::setw(16) << "help [COMMAND]" << "this overview, or the options of a command\n\n"
 			  << "Without a command mirel runs '" << DEFAULT_COMMAND << "'; with no arguments at all it triangulates\n"
 			  << "its built-in terrain and writes the results to the folder mirel_out.\n\n"
 			  << "Options of '" << DEFAULT_COMMAND << "':\n"
-			  << findCommand(DEFAULT_COMMAND)->help() << "\n"
+			  << formatOptions(findCommand(DEFAULT_COMMAND)->options()) << "\n"
 			  << "Exit status: 0 success, 1 bad input or unwritable output, 2 wrong usage.\n";
 }
 
@@ -67,7 +58,7 @@ int runHelp(const std::vector<std::string>& vArgs)
 		printError("unknown command '" + vArgs[0] + "' (see mirel --help)");
 		return EXIT_USAGE;
 	}
-	std::cout << "Usage: mirel " << pCmd->name << " [OPTIONS]\n\n" << pCmd->summary << "\n\nOptions:\n" << pCmd->help();
+	std::cout << commandHelp(*pCmd);
 	return EXIT_OK;
 }
 } // namespace
@@ -109,7 +100,7 @@ int main(int argc, char** argv)
 				return EXIT_USAGE;
 			}
 		}
-		return pCmd->run(vArgs);
+		return runCommand(*pCmd, vArgs);
 	}
 	catch(const MIREL25D::MirelException&)
 	{
