@@ -17,6 +17,7 @@
 #include <limits>
 #include <map>
 #include <set>
+#include <sstream>
 #include <string>
 #include <utility>
 #include <vector>
@@ -35,10 +36,26 @@ using namespace MIREL25D;
 	} while(0)
 
 // Messages of the library go to standard output; a fuzzer run would drown in them.
+// Keeps standard output, where the library's messages go, off the screen and
+// remembers whether the library gave up a constraint because double precision
+// could not split it further: it says so ("Incorrect result!", "need to skip
+// last insertions"), and pieces may then be left that are no edges.
 struct QuietStdout
 {
-	QuietStdout() { std::cout.setstate(std::ios::failbit); }
-	~QuietStdout() { std::cout.clear(); }
+	QuietStdout() : pOld(std::cout.rdbuf(captured.rdbuf())) {}
+	~QuietStdout() { std::cout.rdbuf(pOld); }
+	bool libraryGaveUp()
+	{
+		std::string text(captured.str());
+		captured.str("");
+		bGaveUp = bGaveUp || text.find("Incorrect result!") != std::string::npos || text.find("skip last insertions") != std::string::npos;
+		return bGaveUp;
+	}
+
+private:
+	std::ostringstream captured;
+	std::streambuf* pOld;
+	bool bGaveUp = false;
 };
 
 class Bytes
@@ -119,9 +136,10 @@ using meshcheck::exactOrientation;
 
 // The places are exactly the vertices, and the mesh passes the shared exact
 // validator; with bDelaunay every edge that is not a constraint piece is Delaunay.
-inline void validate(Mirel_2D& dt, const std::vector<Point2>& vPlaces, bool bDelaunay)
+inline void validate(Mirel_2D& dt, const std::vector<Point2>& vPlaces, bool bDelaunay, bool bPiecesAreEdges = true)
 {
-	std::string problem(meshcheck::checkPlacesAndMesh(dt, vPlaces, bDelaunay ? meshcheck::EmptyCircles::exceptConstraints : meshcheck::EmptyCircles::ignored));
+	std::string problem(meshcheck::checkPlacesAndMesh(dt, vPlaces, bDelaunay ? meshcheck::EmptyCircles::exceptConstraints : meshcheck::EmptyCircles::ignored,
+		bPiecesAreEdges));
 	if(problem.empty()) return;
 	std::fprintf(stderr, "FUZZ_CHECK failed: %s\n", problem.c_str());
 	std::abort();

@@ -120,9 +120,11 @@ enum class EmptyCircles
 // Counterclockwise triangles, mutual neighbour links over identical edges,
 // valid incident triangles, 2n-2-h triangles and h border edges (h from an
 // independent hull), the empty-circle property as asked, and every alive
-// constraint piece an edge, no two pieces on one edge. A mesh whose points
-// all lie on one line has no triangle. Returns the first fault, or "".
-inline std::string checkMesh(Dt2& dt, EmptyCircles emptyCircles = EmptyCircles::everyEdge)
+// constraint piece an edge (unless bPiecesAreEdges is false: after the library
+// warned that double precision made it give up a constraint), no two pieces on
+// one edge. A mesh whose points all lie on one line has no triangle. Returns
+// the first fault, or "".
+inline std::string checkMesh(Dt2& dt, EmptyCircles emptyCircles = EmptyCircles::everyEdge, bool bPiecesAreEdges = true)
 {
 	std::vector<Triangle2*> vT;
 	dt.getTrianglePointers(vT);
@@ -180,7 +182,7 @@ inline std::string checkMesh(Dt2& dt, EmptyCircles emptyCircles = EmptyCircles::
 		}
 	}
 	if(numHullEdges != h) return "border edges differ from the hull";
-	if(numPieceEdges != 2 * sPieces.size()) return "a constraint piece is no edge";
+	if(bPiecesAreEdges && numPieceEdges != 2 * sPieces.size()) return "a constraint piece is no edge";
 	if(sCorners.size() != vVtx.size()) return "a vertex is no corner";
 	for(Point2* pVtx : vVtx)
 	{
@@ -191,7 +193,7 @@ inline std::string checkMesh(Dt2& dt, EmptyCircles emptyCircles = EmptyCircles::
 }
 
 // The vertices are exactly the expected places, then checkMesh.
-inline std::string checkPlacesAndMesh(Mirel_2D& dt, const std::vector<Point2>& vExpectedPlaces, EmptyCircles emptyCircles)
+inline std::string checkPlacesAndMesh(Mirel_2D& dt, const std::vector<Point2>& vExpectedPlaces, EmptyCircles emptyCircles, bool bPiecesAreEdges = true)
 {
 	std::vector<Point2*> vVtx;
 	dt.getVertexPointers(vVtx);
@@ -199,7 +201,7 @@ inline std::string checkPlacesAndMesh(Mirel_2D& dt, const std::vector<Point2>& v
 	std::set<Point2> sExpected(vExpectedPlaces.begin(), vExpectedPlaces.end()), sVtxPlaces;
 	for(Point2* pVtx : vVtx) sVtxPlaces.insert(*pVtx);
 	if(sVtxPlaces != sExpected) return "the vertices are not the input places";
-	return checkMesh(*dt.getImpl(), emptyCircles);
+	return checkMesh(*dt.getImpl(), emptyCircles, bPiecesAreEdges);
 }
 
 } // namespace meshcheck
